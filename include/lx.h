@@ -1,0 +1,352 @@
+/* lx.h - image processing for scanned documents.
+ *
+ * Plain records and plain functions over page images that the caller already holds in memory. The library reads no
+ * files, keeps no settings, writes no log and holds no state between calls; it never allocates an image.
+ *
+ * Rules that hold for every function below, unless its own comment says otherwise:
+ *
+ *  - Argument order: method parameters, source area, destination area, progress callback.
+ *  - Sizes: an operation with two areas works on the overlap, min(width) by min(height) pixels. Source pixel (i, j) of
+ *    its area lands on destination pixel (i, j) of its area, line 0 being the top of the picture in both, whatever
+ *    order the lines are stored in. A clipped height of 0 returns IMAGE_STATUS_OK at once. A clipped width of 0 writes
+ *    nothing, but progress is reported.
+ *  - Trust: `type` fields and method parameters are checked before anything is written. Addresses, rectangles,
+ *    pitches and buffer sizes are trusted: an area must lie inside its buffer, and no address may be null but the
+ *    callback's.
+ *  - Ownership: only the pixels of the destination area are written. Bits and nibbles of neighbouring pixels that
+ *    share a byte with the area keep their values, and no byte that holds no pixel of the area is read or written.
+ *  - Overlap: source and destination must not share bytes.
+ *  - Polarity: 1 is white and 0 is black in bilevel images; gray runs from 0 (black) to 255 (white).
+ *  - Exactness: results are the same bytes on every processor, compiler and build of the library.
+ *  - Threads: every function may be called at any time on any thread, as long as no two calls write the same bytes of
+ *    an image, the same ErrorBuffer or the same phases. Two neighbouring areas of a bilevel or 4-bit image may share a
+ *    byte. Functions that draw random numbers say so: they use the C library's process-wide generator.
+ *
+ * The header is valid C11 and C++.
+ */
+#ifndef LX_H
+#define LX_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(_WIN32) && !defined(LX_STATIC)
+#if defined(LX_BUILDING)
+#define LX_API __declspec(dllexport)
+#else
+#define LX_API __declspec(dllimport)
+#endif
+#elif defined(__GNUC__) && !defined(LX_STATIC)
+#define LX_API __attribute__((visibility("default")))
+#else
+#define LX_API
+#endif
+
+#ifdef __cplusplus
+#define LX_NOEXCEPT noexcept
+#define LX_STATIC_ASSERT(condition, text) static_assert(condition, text)
+extern "C" {
+#else
+#define LX_NOEXCEPT
+#define LX_STATIC_ASSERT(condition, text) _Static_assert(condition, text)
+#endif
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Codes                                                                                                            */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Pixel formats: the values of `ImageArea.type`. Packed pixels run from the most significant bit or nibble of a byte
+ *  to the least. */
+enum ImageType {
+    IMAGE_TYPE_BW = 0,      /**< 1 bit: 1 white, 0 black; the leftmost pixel is the most significant bit. */
+    IMAGE_TYPE_16GRAY = 1,  /**< 4 bits: gray level 0 (black) to 15 (white); level k stands for the 8-bit gray 17 k. */
+    IMAGE_TYPE_256GRAY = 2, /**< 8 bits: gray level 0 (black) to 255 (white). */
+    IMAGE_TYPE_8RGB = 3,    /**< 4 bits: bit 0 red, bit 1 green, bit 2 blue, each on or off; bit 3 has no colour. */
+    IMAGE_TYPE_16RGB = 4,   /**< 4 bits: index into the fixed 16-colour palette. */
+    IMAGE_TYPE_256RGB = 5,  /**< 8 bits: index into the fixed palette of a 6 x 6 x 6 cube (0 to 215), then white. */
+    IMAGE_TYPE_16MRGB = 6   /**< 24 bits: three bytes, 0 to 255 each, in the area's `colorOrder`. */
+};
+
+/** Results of every operation. */
+enum ImageStatus {
+    IMAGE_STATUS_OK = 0,           /**< Done. */
+    IMAGE_STATUS_BAD_ARGUMENT = -1 /**< A type or method parameter is not accepted; nothing has been written. */
+};
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Records                                                                                                          */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** A rectangle inside an image buffer that the caller owns. The library reads the record and never changes it.
+ *
+ *  Line numbers are unsigned 32-bit and wrap; the byte offset is formed at the width of an address, so buffers above
+ *  4 GiB work on 64-bit machines. */
+typedef struct ImageArea {
+    uint16_t type;         /**< Pixel format, an ImageType. */
+    uint16_t colorOrder;   /**< Of 24-bit pixels: 0 stores red, green, blue; any other value blue, green, red. */
+    uint16_t bottomUp;     /**< 0: buffer line 0 comes first in memory; any other value: it comes last. */
+    uint32_t x;            /**< Left edge of the area, in pixels from the start of a buffer line. */
+    uint32_t y;            /**< Top edge of the area, in lines from buffer line 0, the top of the picture. */
+    uint32_t width;        /**< Width of the area, in pixels. */
+    uint32_t height;       /**< Height of the area, in lines. */
+    void* buffer;          /**< Lowest address of the whole image buffer. No alignment is needed. */
+    uint32_t bytesPerLine; /**< Distance between the starts of two neighbouring buffer lines, in bytes. */
+    uint32_t lines;        /**< Number of lines of the whole buffer; used only when `bottomUp` is set. */
+} ImageArea;
+
+/** The fixed palette of one pixel format, filled by lxGetColorPalette. */
+typedef struct ColorPalette {
+    uint16_t type;           /**< ImageType whose palette is wanted; set by the caller. */
+    uint16_t count;          /**< Number of entries in use, 0 to 256. */
+    uint8_t entries[256][3]; /**< Red, green and blue of every entry, whatever any `colorOrder` says. */
+} ColorPalette;
+
+/** A threshold as a fraction: `level` -`range` gives threshold 0, 0 gives 128, and +`range` gives 255. */
+typedef struct ThresholdLevel {
+    int32_t level; /**< Position on the scale -`range` to +`range`. */
+    int32_t range; /**< Half the length of the scale; must not be 0. */
+} ThresholdLevel;
+
+/** The ranks of an ordered dither. Rank v becomes the threshold trunc(v * (256 / (columns * rows)) + 0.5), at most
+ *  255; ranks 0 to columns * rows - 1 spread the thresholds evenly, and any other value is accepted. */
+typedef struct DitherMatrix {
+    uint16_t columns;        /**< Columns in use, 1 to 16. */
+    uint16_t rows;           /**< Rows in use, 1 to 16. */
+    uint16_t values[16][16]; /**< Ranks, row by row; a row always has 16 slots. */
+} DitherMatrix;
+
+/** The weights with which error diffusion passes a pixel's error on. They are factors, not numerators: weights that
+ *  share the whole error sum to 1. */
+typedef struct ErrorDiffusionKernel {
+    double right;      /**< To the next pixel of the line. */
+    double lowerLeft;  /**< To the previous pixel of the next line. */
+    double below;      /**< To the same pixel of the next line. */
+    double lowerRight; /**< To the next pixel of the next line. */
+} ErrorDiffusionKernel;
+
+/** The caller's ErrorBuffer: two rows of (width + 2) entries, `width` being the source area's width. An entry is one
+ *  double, or three for the 8-colour converter. Row 0 carries the error for the next line and survives between calls
+ *  (entry 1 + i belongs to pixel i; the first and last entry collect what falls off the line). Row 1 holds the line in
+ *  work: source plus carried error, clamped to 0 to 255. */
+typedef struct ErrorBufferDesc {
+    double* buffer; /**< Start of the buffer, aligned for double. */
+    uint32_t size;  /**< Its size in bytes, from lxCalculateErrorBufferSize; read by lxClearErrorBuffer only. */
+} ErrorBufferDesc;
+
+/** Progress of an operation, called on the caller's own thread. After line j of H lines (counted from 0) the value is
+ *  p = trunc(j / H * 50 + 0.5); the call (p, 50) is made only when p has grown since the last call, starting from 0.
+ *  An operation on few lines therefore ends below 50, and one line makes no call.
+ *
+ *  @param current  Progress so far.
+ *  @param total    The full scale, 50.
+ *  @return         Ignored: an operation cannot be cancelled. */
+typedef uint32_t (*ProgressCallback)(uint32_t current, uint32_t total);
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Sizes and the error buffer                                                                                       */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Bytes of one line of `width` pixels, packed without padding.
+ *
+ *  @param type   ImageType.
+ *  @param width  Pixels. A 24-bit line wraps at 2^32 bytes.
+ *  @return       Bytes; 0 for a `type` above 6. */
+LX_API uint32_t lxCalculateBytesOf1Line(uint16_t type, uint32_t width) LX_NOEXCEPT;
+
+/** Bytes of `height` unpadded lines of `width` pixels.
+ *
+ *  The product wraps at 2^32 without a word. For a buffer that may reach 4 GiB, or one with padded lines, multiply the
+ *  line's bytes by the lines in size_t instead: `(size_t)lxCalculateBytesOf1Line(type, width) * height`.
+ *
+ *  @param type    ImageType.
+ *  @param width   Pixels.
+ *  @param height  Lines.
+ *  @return        Bytes modulo 2^32; 0 for a `type` above 6. */
+LX_API uint32_t lxCalculateMemorySize(uint16_t type, uint32_t width, uint32_t height) LX_NOEXCEPT;
+
+/** Bytes of the ErrorBuffer of an error diffusion.
+ *
+ *  @param type   Destination type of the conversion: IMAGE_TYPE_BW or IMAGE_TYPE_8RGB.
+ *  @param width  Width of the source area (not the clipped width), in pixels.
+ *  @return       Bytes modulo 2^32, a multiple of 16; 0 for any other `type`. */
+LX_API uint32_t lxCalculateErrorBufferSize(uint16_t type, uint32_t width) LX_NOEXCEPT;
+
+/** Clear an ErrorBuffer, before the first band of a page.
+ *
+ *  Zero doubles are written while fewer than `size` bytes are written, so a size that is not a multiple of 8 clears up
+ *  to 7 bytes past it; sizes from lxCalculateErrorBufferSize are multiples of 16.
+ *
+ *  @param desc  The buffer; a size of 0 writes nothing. */
+LX_API void lxClearErrorBuffer(const ErrorBufferDesc* desc) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Palettes                                                                                                         */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Fill in the fixed palette of a pixel format.
+ *
+ *  Counts are 2, 16, 256, 16, 16, 256 and 0 for types 0 to 6. Entries from `count` on keep their values. The 8-colour
+ *  palette has 16 entries, 8 to 15 white; the cube's index is 36 blue + 6 green + red in levels 51 apart, 216 to 255
+ *  white.
+ *
+ *  @param palette  `type` says which; `count` and the entries are written.
+ *  @return         IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for a `type` above 6 (nothing written). */
+LX_API int8_t lxGetColorPalette(ColorPalette* palette) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Conversion to gray                                                                                               */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** 256 gray to 16 gray: level = floor(v / 17). The mapping truncates: only 255 reaches level 15.
+ *
+ *  @param source       IMAGE_TYPE_256GRAY.
+ *  @param destination  IMAGE_TYPE_16GRAY.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxImageTypeConvertTo16Gray(const ImageArea* source, const ImageArea* destination,
+                                         ProgressCallback progress) LX_NOEXCEPT;
+
+/** Full colour to 256 gray, by one component or by a weighted sum.
+ *
+ *  gray = trunc((R wR + B wB) + G wG), at most 255, the weights in single and the sum in double precision.
+ *
+ *  @param channel      1 red, 2 green, 3 blue; any other value weights 0.33, 0.34, 0.33.
+ *  @param source       IMAGE_TYPE_16MRGB.
+ *  @param destination  IMAGE_TYPE_256GRAY.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxImageTypeConvertTo256Gray(uint16_t channel, const ImageArea* source, const ImageArea* destination,
+                                          ProgressCallback progress) LX_NOEXCEPT;
+
+/** Any type to 256 gray.
+ *
+ *  A palette index becomes trunc((R w + B w) + G w + 0.5), w being one third in single precision; an index at or above
+ *  the palette's `count` becomes 0. Full colour does not use the palette: trunc((B 0.33 + G 0.34) + R 0.33) in double
+ *  precision. The two rules differ on purpose: one rounds thirds, the other truncates a weighted sum.
+ *
+ *  @param palette      Palette of the source type; its `count` (at most 256) and entries are read.
+ *  @param source       Any type. A `type` above 6 writes nothing and returns IMAGE_STATUS_OK.
+ *  @param destination  IMAGE_TYPE_256GRAY.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another destination type. */
+LX_API int8_t lxImageTypeConvertToGrayscale(const ColorPalette* palette, const ImageArea* source,
+                                            const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/** Bilevel to 256 gray without a change of size, by counting white pixels in a window.
+ *
+ *  The window of N x N pixels starts at the pixel itself and reaches to the right and down; it is cut at the area's
+ *  right and bottom edges, and a cut window is scaled to the same range. With c white pixels among `cols` x `rows`:
+ *  s = c * (2N / (cols * rows)) in single precision, less 1 if it is at least 1; gray = trunc(255 / (2N - 1) * s + 0.5)
+ *  in double precision. The time taken does not depend on N.
+ *
+ *  @param windowSize   N, at least 1.
+ *  @param source       IMAGE_TYPE_BW.
+ *  @param destination  IMAGE_TYPE_256GRAY.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or N = 0. */
+LX_API int8_t lxImageTypeConvertToGrayscaleFromBW(uint16_t windowSize, const ImageArea* source,
+                                                  const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Conversion to bilevel                                                                                            */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** 256 gray to bilevel by one threshold: white where the source is above T.
+ *
+ *  T = trunc(256 / (2 range) * (level + range) + 0.5); if its low 16 bits exceed 255, T is 255 (nothing is white).
+ *  2 range and level + range are 32-bit sums that wrap; a T that no 64-bit integer holds saturates.
+ *
+ *  @param threshold    `range` must not be 0.
+ *  @param source       IMAGE_TYPE_256GRAY.
+ *  @param destination  IMAGE_TYPE_BW.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a `range` of 0. */
+LX_API int8_t lxImageTypeConvertToBWNonHalftone(const ThresholdLevel* threshold, const ImageArea* source,
+                                                const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/** 256 gray to bilevel by ordered dither: white where the source is above the matrix's threshold.
+ *
+ *  The phases name the matrix column and row of the next pixel. The column phase is not reset at the start of a line:
+ *  it runs on from the end of the line before. Both are written back, so that the next band continues the pattern;
+ *  a page starts with 0, 0. A phase at or above its bound keeps counting until its 16 bits wrap to 0; positions
+ *  outside the matrix have the threshold 128.
+ *
+ *  @param phaseX       In and out: matrix column of the next pixel.
+ *  @param phaseY       In and out: matrix row of the next line.
+ *  @param matrix       `columns` and `rows` from 1 to 16.
+ *  @param source       IMAGE_TYPE_256GRAY.
+ *  @param destination  IMAGE_TYPE_BW.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a matrix size out of range
+ *                      (the phases are then untouched). */
+LX_API int8_t lxImageTypeConvertToBWDitherHalftone(uint16_t* phaseX, uint16_t* phaseY, const DitherMatrix* matrix,
+                                                   const ImageArea* source, const ImageArea* destination,
+                                                   ProgressCallback progress) LX_NOEXCEPT;
+
+/** 256 gray to bilevel by error diffusion, every line from left to right.
+ *
+ *  A pixel's value v is its source byte plus the carried error, clamped to 0 to 255, plus the error of its left
+ *  neighbour, clamped again; from 128 on it is white and its error is v - 255, else it is black and its error is v.
+ *  The weights of Floyd and Steinberg (1976) are 7/16, 3/16, 5/16, 1/16.
+ *
+ *  The generator is reseeded, srand(time(NULL)), by every call; random kernels take one rand() per pixel in raster
+ *  order, so their result differs from call to call, and concurrent calls disturb each other's sequence.
+ *
+ *  @param randomKernel  0: kernels are taken in turn, starting with the first on every line; any other value: each
+ *                       pixel takes kernel rand() mod `kernelCount`.
+ *  @param kernelCount   Number of kernels, at least 1.
+ *  @param kernels       The kernels.
+ *  @param errorBuffer   ErrorBuffer for the source area's width, cleared before the first band of a page.
+ *  @param source        IMAGE_TYPE_256GRAY.
+ *  @param destination   IMAGE_TYPE_BW.
+ *  @param progress      May be null.
+ *  @return              IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a `kernelCount` of 0. */
+LX_API int8_t lxImageTypeConvertToBWEDHalftone(uint16_t randomKernel, uint16_t kernelCount,
+                                               const ErrorDiffusionKernel* kernels, const ErrorBufferDesc* errorBuffer,
+                                               const ImageArea* source, const ImageArea* destination,
+                                               ProgressCallback progress) LX_NOEXCEPT;
+
+/** Any type to bilevel by the fixed threshold 192: white where the luminance is at least 192.
+ *
+ *  Luminance is (B 0.33 + G 0.34) + R 0.33 of the palette's entry, or (R 0.33 + B 0.33) + G 0.34 of a full-colour
+ *  pixel, single-precision weights summed in double precision.
+ *
+ *  @param palette      Palette of the source type. Its entries are read as they stand, whatever `count` says; not read
+ *                      for full colour.
+ *  @param source       Any type.
+ *  @param destination  IMAGE_TYPE_BW.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another destination type or a source type
+ *                      above 6. */
+LX_API int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageArea* source, const ImageArea* destination,
+                                     ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Layout of the records: part of the binary interface                                                              */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+LX_STATIC_ASSERT(offsetof(ImageArea, colorOrder) == 2 && offsetof(ImageArea, bottomUp) == 4 &&
+                     offsetof(ImageArea, x) == 8 && offsetof(ImageArea, y) == 12 && offsetof(ImageArea, width) == 16 &&
+                     offsetof(ImageArea, height) == 20 && offsetof(ImageArea, buffer) == 24 &&
+                     offsetof(ImageArea, bytesPerLine) == 24 + sizeof(void*) &&
+                     offsetof(ImageArea, lines) == 28 + sizeof(void*) && sizeof(ImageArea) == 32 + sizeof(void*),
+                 "ImageArea has fixed offsets: 40 bytes on a 64-bit machine");
+LX_STATIC_ASSERT(offsetof(ColorPalette, count) == 2 && offsetof(ColorPalette, entries) == 4 &&
+                     sizeof(ColorPalette) == 772,
+                 "ColorPalette has fixed offsets");
+LX_STATIC_ASSERT(offsetof(ThresholdLevel, range) == 4 && sizeof(ThresholdLevel) == 8,
+                 "ThresholdLevel has fixed offsets");
+LX_STATIC_ASSERT(offsetof(DitherMatrix, rows) == 2 && offsetof(DitherMatrix, values) == 4 &&
+                     sizeof(DitherMatrix) == 4 + 512,
+                 "DitherMatrix has fixed offsets");
+LX_STATIC_ASSERT(offsetof(ErrorDiffusionKernel, lowerLeft) == 8 && offsetof(ErrorDiffusionKernel, below) == 16 &&
+                     offsetof(ErrorDiffusionKernel, lowerRight) == 24 && sizeof(ErrorDiffusionKernel) == 32,
+                 "ErrorDiffusionKernel is four doubles");
+LX_STATIC_ASSERT(offsetof(ErrorBufferDesc, size) == sizeof(void*) && sizeof(ErrorBufferDesc) == 2 * sizeof(void*),
+                 "ErrorBufferDesc is an address and a size");
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* LX_H */

@@ -1,0 +1,116 @@
+// Conversion to gray: each operation is a point operation on canonical rows, or the shading of window counts.
+
+#include "convert/window_count.h"
+#include "frame/line_walk.h"
+
+namespace lx
+{
+
+namespace
+{
+
+// floor(mean of the components + 0.5), at most 255, by thirds in single precision.
+uint8_t grayOfEntry(const uint8_t* entry)
+{
+    constexpr double third = 0.33333334F;
+    const double gray = (entry[0] * third + entry[2] * third) + entry[1] * third + 0.5;
+    return static_cast<uint8_t>(std::min(static_cast<int>(gray), 255));
+}
+
+// The gray of every index; 0 where the palette has no entry.
+struct GrayTable {
+    uint8_t gray[256] = {};
+
+    explicit GrayTable(const ColorPalette& palette)
+    {
+        const unsigned count = std::min<unsigned>(palette.count, 256);
+        for (unsigned k = 0; k < count; ++k)
+            gray[k] = grayOfEntry(palette.entries[k]);
+    }
+};
+
+void convertBilevelToGray(const GrayTable& table, const AreaView& source, const AreaView& destination,
+                          ProgressCallback progress)
+{
+    RowReader reader(source, table.gray[0], table.gray[1]);
+    const Overlap overlap(source, destination);
+    walkLines(overlap.height, progress, [&](uint32_t j) {
+        if (overlap.width != 0)
+            reader.readTo(destination.row(j), 0, j, overlap.width);
+    });
+}
+
+} // namespace
+
+} // namespace lx
+
+using namespace lx;
+
+int8_t lxImageTypeConvertTo16Gray(const ImageArea* source, const ImageArea* destination,
+                                  ProgressCallback progress) noexcept
+{
+    if (source->type != IMAGE_TYPE_256GRAY || destination->type != IMAGE_TYPE_16GRAY)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    mapRows(AreaView(*source), AreaView(*destination), progress, kernels().pixels->levels16);
+    return IMAGE_STATUS_OK;
+}
+
+int8_t lxImageTypeConvertTo256Gray(uint16_t channel, const ImageArea* source, const ImageArea* destination,
+                                   ProgressCallback progress) noexcept
+{
+    if (source->type != IMAGE_TYPE_16MRGB || destination->type != IMAGE_TYPE_256GRAY)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    const AreaView from(*source);
+    const AreaView to(*destination);
+    const PixelKernels& pixels = *kernels().pixels;
+    if (channel < 1 || channel > 3) {
+        mapRows(from, to, progress, pixels.weightedGray);
+    } else {
+        const unsigned component = from.blueFirst() ? 3U - channel : channel - 1U;
+        mapRows(from, to, progress,
+                [&](const uint8_t* in, uint8_t* out, uint32_t n) { pixels.component(in, out, n, component); });
+    }
+    return IMAGE_STATUS_OK;
+}
+
+int8_t lxImageTypeConvertToGrayscale(const ColorPalette* palette, const ImageArea* source, const ImageArea* destination,
+                                     ProgressCallback progress) noexcept
+{
+    if (destination->type != IMAGE_TYPE_256GRAY)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    if (!isPixelType(source->type))
+        return IMAGE_STATUS_OK;
+    const AreaView from(*source);
+    const AreaView to(*destination);
+    const PixelKernels& pixels = *kernels().pixels;
+    if (from.bits() == 24) {
+        // Truncates where palette colours round, and weights where they take thirds: deliberately.
+        mapRows(from, to, progress,
+                [&](const uint8_t* in, uint8_t* out, uint32_t n) { pixels.preciseGray(in, out, n, from.blueFirst()); });
+        return IMAGE_STATUS_OK;
+    }
+    const GrayTable table(*palette);
+    if (from.bits() == 1) {
+        convertBilevelToGray(table, from, to, progress);
+    } else {
+        mapRows(from, to, progress,
+                [&](const uint8_t* in, uint8_t* out, uint32_t n) { pixels.lookup(in, out, n, table.gray); });
+    }
+    return IMAGE_STATUS_OK;
+}
+
+int8_t lxImageTypeConvertToGrayscaleFromBW(uint16_t windowSize, const ImageArea* source, const ImageArea* destination,
+                                           ProgressCallback progress) noexcept
+{
+    if (source->type != IMAGE_TYPE_BW || destination->type != IMAGE_TYPE_256GRAY || windowSize == 0)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    const AreaView from(*source);
+    const AreaView to(*destination);
+    RowReader reader(from);
+    constexpr double rounding = 0.5;
+    shadeWindows<1>(
+        windowSize, Overlap(from, to), progress, rounding,
+        [&](unsigned, uint32_t i, uint32_t j, uint32_t n, uint8_t* flags) { reader.readTo(flags, i, j, n); },
+        [&](unsigned, uint32_t i, uint32_t j) { return to.at(i, j); });
+    return IMAGE_STATUS_OK;
+}

@@ -1,0 +1,62 @@
+// The drivers of operations that work line by line: they walk the overlap of the areas, feed rows to the operation in
+// chunks, and report progress. An operation is a callable; it never sees a line order or a packed byte.
+
+#pragma once
+
+#include "frame/area_view.h"
+#include "frame/progress.h"
+#include "frame/row_io.h"
+
+namespace lx
+{
+
+// Calls `line(j)` for every line, and reports progress after each.
+template <class Line>
+void walkLines(uint32_t height, ProgressCallback callback, Line line)
+{
+    Progress progress(callback);
+    for (uint32_t j = 0; j < height; ++j) {
+        line(j);
+        progress.lineDone(j, height);
+    }
+}
+
+// Calls `chunk(i, n)` for successive pieces of a line of `width` pixels, each of `limit` pixels at most.
+template <class Chunk>
+void walkChunks(uint32_t width, uint32_t limit, Chunk chunk)
+{
+    for (uint32_t i = 0; i < width;) {
+        const uint32_t n = std::min(width - i, limit);
+        chunk(i, n);
+        i += n;
+    }
+}
+
+// Point operations whose rule runs on from pixel to pixel: calls `step(source, destination, n)` with the canonical
+// rows of successive chunks of every line, in raster order, and `endLine(j)` after every line. Lines of neither packed
+// area are one chunk.
+template <class Step, class EndLine>
+void mapLines(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step,
+              EndLine endLine)
+{
+    RowReader reader(source);
+    RowWriter writer(destination);
+    const Overlap overlap(source, destination);
+    const uint32_t limit = source.packed() || destination.packed() ? chunkPixels : overlap.width;
+    walkLines(overlap.height, callback, [&](uint32_t j) {
+        walkChunks(overlap.width, limit, [&](uint32_t i, uint32_t n) {
+            step(reader.read(i, j, n), writer.open(i, j, n), n);
+            writer.close();
+        });
+        endLine(j);
+    });
+}
+
+// Point operations that need to know nothing but the pixels.
+template <class Step>
+void mapRows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step)
+{
+    mapLines(source, destination, callback, step, [](uint32_t) {});
+}
+
+} // namespace lx

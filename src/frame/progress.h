@@ -1,0 +1,41 @@
+// Progress reports: one method for each reporting rule. A value is passed on only when it exceeds the last one.
+
+#pragma once
+
+#include "lx.h"
+
+#include <cstdint>
+
+namespace lx
+{
+
+class Progress
+{
+  public:
+    explicit Progress(ProgressCallback callback) noexcept : callback_(callback) {}
+
+    // Line j of `height` lines is finished: j / height on the scale of 50, rounded. It is the line's index, not the
+    // count of finished lines, so that few lines end below 50; this is deliberate. Heights from 2^31 on count as
+    // negative and their values wrap.
+    void lineDone(uint32_t j, uint32_t height) noexcept
+    {
+        if (callback_ == nullptr)
+            return;
+        const double share = static_cast<double>(j) / static_cast<int32_t>(height);
+        report(static_cast<uint32_t>(static_cast<int64_t>(share * 50.0F + 0.5)));
+    }
+
+  private:
+    void report(uint32_t value) noexcept
+    {
+        if (value <= last_)
+            return;
+        last_ = value;
+        callback_(value, 50);
+    }
+
+    ProgressCallback callback_;
+    uint32_t last_ = 0;
+};
+
+} // namespace lx

@@ -1,0 +1,25 @@
+// Packed pixels to bytes and back. Pixels run from the most significant bit or nibble to the least.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace lx
+{
+
+struct BitKernels {
+    // destination[8 k + b] = bit 7 - b of source[k] ? one : zero, for k < bytes.
+    void (*unpackBits)(const uint8_t* source, uint8_t* destination, size_t bytes, uint8_t zero, uint8_t one);
+
+    // Bit 7 - b of destination[k] = source[8 k + b], for k < bytes; source bytes are 0 or 1.
+    void (*packBits)(const uint8_t* source, uint8_t* destination, size_t bytes);
+
+    // destination[2 k] = source[k] >> 4, destination[2 k + 1] = source[k] & 15, for k < bytes.
+    void (*unpackNibbles)(const uint8_t* source, uint8_t* destination, size_t bytes);
+
+    // destination[k] = (source[2 k] & 15) << 4 | (source[2 k + 1] & 15), for k < bytes.
+    void (*packNibbles)(const uint8_t* source, uint8_t* destination, size_t bytes);
+};
+
+} // namespace lx

@@ -1,0 +1,16 @@
+// The tables that the kernel files of one level define. Only for kernel files, which are compiled once per level.
+
+#pragma once
+
+#include "kernels/kernels.h"
+#include "kernels/level.h"
+
+namespace lx::LX_LEVEL
+{
+
+extern const BitKernels bitKernels;
+extern const PixelKernels pixelKernels;
+extern const DiffusionKernels diffusionKernels;
+extern const WindowKernels windowKernels;
+
+} // namespace lx::LX_LEVEL

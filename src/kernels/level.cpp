@@ -1,0 +1,18 @@
+// Gathers the kernel tables of one instruction-set level.
+
+#include "kernels/level.h"
+
+#include "kernels/kernel_tables.h"
+
+namespace lx::LX_LEVEL
+{
+
+#define LX_NAME_OF(level) #level
+#define LX_NAME(level) LX_NAME_OF(level)
+
+extern const Kernels kernelTable;
+constexpr Kernels kernelTable = {
+    LX_NAME(LX_LEVEL), &bitKernels, &pixelKernels, &diffusionKernels, &windowKernels,
+};
+
+} // namespace lx::LX_LEVEL
