@@ -12,5 +12,7 @@ extern const BitKernels bitKernels;
 extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
+extern const ReverseKernels reverseKernels;
+extern const TransposeKernels transposeKernels;
 
 } // namespace lx::LX_LEVEL

@@ -8,6 +8,8 @@
 #include "kernels/bits.h"
 #include "kernels/diffusion.h"
 #include "kernels/pixels.h"
+#include "kernels/reverse.h"
+#include "kernels/transpose.h"
 #include "kernels/window.h"
 
 #include <cstddef>
@@ -21,6 +23,8 @@ struct Kernels {
     const PixelKernels* pixels;
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
+    const ReverseKernels* reverse;
+    const TransposeKernels* transpose;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.
