@@ -14,5 +14,6 @@ extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
 extern const ReverseKernels reverseKernels;
 extern const TransposeKernels transposeKernels;
+extern const RunKernels runKernels;
 
 } // namespace lx::LX_LEVEL

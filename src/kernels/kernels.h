@@ -9,6 +9,7 @@
 #include "kernels/diffusion.h"
 #include "kernels/pixels.h"
 #include "kernels/reverse.h"
+#include "kernels/runs.h"
 #include "kernels/transpose.h"
 #include "kernels/window.h"
 
@@ -25,6 +26,7 @@ struct Kernels {
     const WindowKernels* window;
     const ReverseKernels* reverse;
     const TransposeKernels* transpose;
+    const RunKernels* runs;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.
