@@ -87,50 +87,6 @@ class Turn
     const double sine_;
 };
 
-// Collects the runs of a destination row and copies them a batch at a time: `copy(runs, destination, phase)`.
-template <class Copy>
-class RunCopier
-{
-  public:
-    RunCopier(const AreaView& source, const AreaView& destination, Copy copy) noexcept
-        : destination_(destination), copy_(copy), origin_(source.row(0)), step_(source.lineStep())
-    {
-        row_.runs = runs_;
-        row_.lineBytes = (size_t{source.phase()} + source.width()) * source.bits();
-        row_.lineBytes = (row_.lineBytes + 7) / 8;
-        row_.phase = source.phase();
-    }
-
-    void add(int64_t k, uint32_t row, int64_t column, int64_t line, int64_t n)
-    {
-        if (row_.count == 0)
-            column_ = static_cast<uint32_t>(k);
-        runs_[row_.count++] = {origin_ + line * step_, static_cast<uint32_t>(column), static_cast<uint32_t>(n)};
-        row_.pixels += static_cast<size_t>(n);
-        if (row_.count == batch)
-            flush(row);
-    }
-
-    void flush(uint32_t row)
-    {
-        if (row_.count != 0)
-            copy_(row_, destination_.at(column_, row), destination_.phase(column_));
-        row_.count = 0;
-        row_.pixels = 0;
-    }
-
-  private:
-    static constexpr size_t batch = 256;
-
-    const AreaView destination_;
-    const Copy copy_;
-    const uint8_t* const origin_;
-    const ptrdiff_t step_;
-    RunRow row_ = {};
-    uint32_t column_ = 0;
-    PixelRun runs_[batch];
-};
-
 // `copy` takes a RunRow, the destination's byte and the phase in it; `pick` a SlantedRow and a canonical row to fill.
 template <class Copy, class Pick>
 int8_t turnByAngle(double angle, const ImageArea& sourceArea, const ImageArea& destinationArea,
@@ -149,11 +105,11 @@ int8_t turnByAngle(double angle, const ImageArea& sourceArea, const ImageArea& d
     } else if (SlantedRuns::fit(cosine, sine, uint64_t{source.width()} + source.height(),
                                 uint64_t{destination.width()} + height, fixed)) {
         SlantedRuns runs(fixed, source, destination);
-        RunCopier copier(source, destination, copy);
-        walkLines(height, progress, [&](uint32_t row) {
-            runs.walk(row,
-                      [&](int64_t k, int64_t column, int64_t line, int64_t n) { copier.add(k, row, column, line, n); });
-            copier.flush(row);
+        const size_t lineBytes = ((size_t{source.phase()} + source.width()) * source.bits() + 7) / 8;
+        walkLines(height, progress, [&](uint32_t j) {
+            runs.walk(j, [&](uint32_t k, const PixelRun* list, size_t count, uint32_t n) {
+                copy({list, count, n, lineBytes, source.phase(), 4 * source.lineStep()}, destination.at(k, j), destination.phase(k));
+            });
         });
     } else {
         const Turn turn(cosine, sine, source, destination);

@@ -8,7 +8,7 @@
 
 #pragma once
 
-#include "frame/area_view.h"
+#include "frame/row_io.h"
 
 #include <algorithm>
 #include <cmath>
@@ -116,8 +116,7 @@ class SlantedRuns
     // angle is set if so.
     static bool fit(float cosine, float sine, uint64_t sourceSize, uint64_t destinationSize, FixedAngle& angle) noexcept
     {
-        constexpr float steepest = 0.25F; // breaks per pixel
-        if (!(cosine > 0 && std::abs(sine) + (1 - cosine) < steepest))
+        if (!(cosine > 0 && std::abs(sine) + (1 - cosine) < 1.0F / shortest))
             return false;
         angle.bits = std::max(fractionBits(cosine), fractionBits(sine));
         if (angle.bits > 53 || destinationSize > uint64_t{1} << (53 - angle.bits) ||
@@ -130,19 +129,20 @@ class SlantedRuns
 
     SlantedRuns(const FixedAngle& angle, const AreaView& source, const AreaView& destination) noexcept
         : angle_(angle), width_(destination.width()), centreColumn_(destination.width() / 2),
-          centreRow_(destination.height() / 2), sourceColumn_(source.width() / 2), sourceLine_(source.height() / 2),
-          upward_(angle.sine >= 0), columns_{-sourceColumn_, source.width() - 1 - sourceColumn_},
-          lines_{-sourceLine_, source.height() - 1 - sourceLine_},
+          centreRow_(destination.height() / 2), sourceColumn_(source.width() / 2), upward_(angle.sine >= 0),
+          centre_(source.row(source.height() / 2)),
+          climb_(upward_ ? -source.lineStep() : source.lineStep()), columns_{-sourceColumn_,
+                                                                             source.width() - 1 - sourceColumn_},
           stalls_((int64_t{1} << angle.bits) - angle.cosine, angle.bits), climbs_(std::abs(angle.sine), angle.bits)
     {
-        if (upward_)
-            lines_ = {-lines_.last, -lines_.first};
+        const int64_t above = source.height() / 2;
+        const int64_t below = source.height() - 1 - above;
+        lines_ = upward_ ? LevelRange{-below, above} : LevelRange{-above, below};
     }
 
-    // Calls `run(k, column, line, n)`: the destination pixels from column k on are those of the source from `column` of
-    // `line` on, n of them. Runs join up from left to right.
-    template <class Run>
-    void walk(uint32_t row, Run run) noexcept
+    // Calls `copy(k, runs, count, n)`: `count` runs bring the n destination pixels from column k on.
+    template <class Copy>
+    void walk(uint32_t row, Copy copy) noexcept
     {
         const int64_t dy = centreRow_ - int64_t{row};
         const int64_t rise = std::abs(angle_.sine);
@@ -158,14 +158,17 @@ class SlantedRuns
             std::swap(turns[0], turns[1]);
         int64_t k = std::max(a.begin, b.begin);
         for (const int64_t turn : turns) {
-            const int64_t stop = std::min(turn, end);
-            if (k < stop)
-                walkPiece(across, along, {k, stop}, run);
-            k = std::max(k, stop);
+            while (k < std::min(turn, end)) {
+                const Span piece{k, std::min({turn, end, k + chunkPixels})};
+                copy(static_cast<uint32_t>(k), runs_, list(across, along, piece), static_cast<uint32_t>(piece.end - k));
+                k = piece.end;
+            }
         }
     }
 
   private:
+    static constexpr unsigned shortest = 8; // pixels of a run on average; shorter ones are not worth their while
+
     // Digits behind the binary point.
     static unsigned fractionBits(float value)
     {
@@ -173,46 +176,51 @@ class SlantedRuns
         return std::frexp(value, &exponent) != 0 ? static_cast<unsigned>(24 - exponent) : 0;
     }
 
-    // Columns in which neither coordinate changes its sign.
-    template <class Run>
-    void walkPiece(const Coordinate& across, const Coordinate& along, const Span& piece, Run run)
+    // The runs of columns in which neither coordinate changes its sign.
+    size_t list(const Coordinate& across, const Coordinate& along, const Span& piece) noexcept
     {
         const int64_t unit = int64_t{1} << angle_.bits;
-        int64_t k = piece.begin;
-        int64_t column = sourceColumn_ + across.level(k);
-        int64_t line = sourceLine_ + (upward_ ? -along.level(k) : along.level(k));
+        int64_t column = sourceColumn_ + across.level(piece.begin);
+        ptrdiff_t line = static_cast<ptrdiff_t>(along.level(piece.begin)) * climb_;
+        LevelSteps stalls = stalls_;
+        LevelSteps climbs = climbs_;
         // The source column stays behind by one wherever the growing rest, k - across, reaches its next level.
-        int64_t toStall = stalls_.start(-across.at(k) + (across.at(k) < 0 ? 0 : unit - 1));
-        int64_t toClimb = climbs_.start(along.at(k) + along.below(along.at(k)));
-        while (k < piece.end) {
-            const int64_t n = std::min({toStall, toClimb, piece.end - k});
-            run(k, column, line, n);
-            k += n;
+        const int64_t left = across.at(piece.begin);
+        int64_t toStall = stalls.start(-left + (left < 0 ? 0 : unit - 1));
+        int64_t toClimb = climbs.start(along.at(piece.begin) + along.below(along.at(piece.begin)));
+        PixelRun* run = runs_;
+        for (int64_t missing = piece.end - piece.begin; missing != 0; ++run) {
+            const int64_t n = std::min({toStall, toClimb, missing});
+            *run = {centre_ + line, static_cast<uint32_t>(column), static_cast<uint32_t>(n)};
+            missing -= n;
             column += n;
             toStall -= n;
             toClimb -= n;
             if (toStall == 0) {
                 --column;
-                toStall = stalls_.next();
+                toStall = stalls.next();
             }
             if (toClimb == 0) {
-                line += upward_ ? -1 : 1;
-                toClimb = climbs_.next();
+                line += climb_;
+                toClimb = climbs.next();
             }
         }
+        return static_cast<size_t>(run - runs_);
     }
 
     const FixedAngle angle_;
     const int64_t width_;
     const int64_t centreColumn_;
     const int64_t centreRow_;
-    const int64_t sourceColumn_; // of the source's centre
-    const int64_t sourceLine_;
-    const bool upward_; // whether source lines go up from left to right
+    const int64_t sourceColumn_;  // of the source's centre
+    const bool upward_;           // whether source lines go up from left to right
+    const uint8_t* const centre_; // the source's centre line
+    const ptrdiff_t climb_;       // bytes from one source line to the next, on the way from left to right
     const LevelRange columns_;
     LevelRange lines_;
-    LevelSteps stalls_;
-    LevelSteps climbs_;
+    const LevelSteps stalls_;
+    const LevelSteps climbs_;
+    PixelRun runs_[chunkPixels / shortest + 4];
 };
 
 } // namespace lx

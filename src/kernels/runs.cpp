@@ -36,54 +36,66 @@ uint64_t loadNearEnd(const uint8_t* line, size_t byte, size_t lineBytes)
     return loadBig64(eight);
 }
 
-// Packed pixels on their way to a destination, the next free place being the highest bit of the word that is not held.
+// Packed pixels on their way to a destination of `bits` bits from place `phase` of its first byte on. Whole words are
+// stored, whose last bytes later words replace.
 class BitStream
 {
   public:
-    BitStream(uint8_t* destination, unsigned phase) : destination_(destination), held_(phase)
+    BitStream(uint8_t* destination, unsigned phase, size_t bits)
+        : destination_(destination), whole_(destination + (phase + bits) / 8), held_(phase)
     {
         if (phase != 0)
             word_ = uint64_t{*destination} << 56 & ~(~uint64_t{0} >> phase);
     }
 
-    // The highest n bits of `bits`, n being 1 to 57.
+    // The highest n bits of `bits`, n being 1 to 56.
     void put(uint64_t bits, unsigned n)
     {
-        bits &= ~(~uint64_t{0} >> n);
-        word_ |= bits >> held_;
-        held_ += n;
-        if (held_ >= 64) {
+        word_ |= (bits & ~(~uint64_t{0} >> n)) >> held_;
+        const unsigned total = held_ + n;
+        const unsigned bytes = total / 8;
+        if (whole_ - destination_ >= 8) {
             storeBig64(destination_, word_);
-            destination_ += 8;
-            held_ -= 64;
-            word_ = bits << (n - held_);
+        } else {
+            for (unsigned b = 0; b < bytes; ++b)
+                destination_[b] = static_cast<uint8_t>(word_ >> (56 - 8 * b));
         }
+        destination_ += bytes;
+        word_ <<= 8 * bytes;
+        held_ = total % 8;
     }
 
     void finish()
     {
-        for (; held_ >= 8; held_ -= 8, word_ <<= 8)
-            *destination_++ = static_cast<uint8_t>(word_ >> 56);
         if (held_ != 0)
             *destination_ = static_cast<uint8_t>(word_ >> 56 | (*destination_ & 0xFFU >> held_));
     }
 
   private:
     uint8_t* destination_;
+    uint8_t* whole_; // end of the bytes that belong to the destination alone
     uint64_t word_ = 0;
-    unsigned held_; // less than 64
+    unsigned held_; // bits of the word that are in use, less than 8
 };
+
+// Neighbouring runs lie in different lines: too many streams for the processor to follow. The address may lie anywhere.
+void fetchEarly(const uint8_t* source, ptrdiff_t ahead)
+{
+    __builtin_prefetch(
+        reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(source) + static_cast<uintptr_t>(ahead)));
+}
 
 void copyPacked(const RunRow& row, unsigned bits, uint8_t* destination, unsigned phase)
 {
     constexpr size_t most = 56; // bits that a word holds wherever in a byte they start
-    BitStream stream(destination, phase * bits);
+    BitStream stream(destination, phase * bits, row.pixels * bits);
     for (size_t k = 0; k < row.count; ++k) {
         const PixelRun& run = row.runs[k];
         size_t place = (size_t{row.phase} + run.column) * bits;
         for (size_t left = size_t{run.count} * bits; left != 0;) {
             const size_t n = left < most ? left : most;
             const size_t byte = place / 8;
+            fetchEarly(run.line + byte, row.ahead);
             const uint64_t word =
                 byte + 8 <= row.lineBytes ? loadBig64(run.line + byte) : loadNearEnd(run.line, byte, row.lineBytes);
             stream.put(word << place % 8, static_cast<unsigned>(n));
@@ -105,8 +117,10 @@ void copyRuns(const RunRow& row, uint8_t* LX_RESTRICT destination)
         const uint8_t* LX_RESTRICT source = row.runs[k].line + at;
         const size_t rounded = (n + block - 1) / block * block;
         if (rounded <= room && at + rounded <= row.lineBytes) {
-            for (size_t b = 0; b < n; b += block)
+            for (size_t b = 0; b < n; b += block) {
+                fetchEarly(source + b, row.ahead);
                 std::memcpy(destination + b, source + b, block);
+            }
         } else {
             std::memcpy(destination, source, n);
         }
@@ -144,18 +158,17 @@ void walkSlanted(const SlantedRow& row, size_t n, Pick pick)
 {
     constexpr size_t block = 64;
     for (size_t begin = 0; begin < n; begin += block) {
-        const size_t count = n - begin < block ? n - begin : block;
+        const auto count = static_cast<int32_t>(n - begin < block ? n - begin : block);
+        const double first = row.first + static_cast<double>(begin);
         int32_t x[block];
         int32_t y[block];
-        for (size_t i = 0; i < block; ++i) {
-            // Past the row's end the last position is repeated, so that every value fits.
-            const double d = row.first + static_cast<double>(static_cast<int32_t>(i < count ? i : count - 1)) +
-                             static_cast<double>(begin);
+        for (int32_t i = 0; i < count; ++i) {
+            const double d = first + static_cast<double>(i);
             x[i] = static_cast<int32_t>(row.cosine * d - row.offsetX);
             y[i] = static_cast<int32_t>(row.sine * d + row.offsetY);
         }
-        for (size_t i = 0; i < count; ++i)
-            pick(begin + i, row.column + static_cast<size_t>(static_cast<ptrdiff_t>(x[i])),
+        for (int32_t i = 0; i < count; ++i)
+            pick(begin + static_cast<size_t>(i), row.column + static_cast<size_t>(static_cast<ptrdiff_t>(x[i])),
                  row.centre - y[i] * row.step);
     }
 }

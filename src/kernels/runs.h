@@ -22,6 +22,7 @@ struct RunRow {
     size_t pixels;    // of all runs together
     size_t lineBytes; // bytes of a source line that hold pixels of its area
     unsigned phase;   // place of the area's first pixel within its byte, of packed pixels
+    ptrdiff_t ahead;  // from a run to the bytes that a later row will want, to be fetched early
 };
 
 // Source pixels on a slanted line. In double precision, every operation rounded on its own, with d = first + i:
