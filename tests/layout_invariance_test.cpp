@@ -10,7 +10,12 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdlib>
 #include <optional>
+#include <sstream>
+
+#include <unistd.h>
 
 namespace lxtest
 {
@@ -32,6 +37,16 @@ struct Case {
     uint64_t seed;       // of the call's parameters
 };
 
+// The case at hand, told when the program crashes at a guard page.
+std::string caseAtHand;
+
+void tellCase(int)
+{
+    const std::string text = "\nAccess outside of an area: " + caseAtHand + "\n";
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, text.data(), text.size());
+    std::_Exit(1);
+}
+
 class LayoutInvariance : public testing::TestWithParam<TypedOperation>
 {
   protected:
@@ -43,6 +58,11 @@ class LayoutInvariance : public testing::TestWithParam<TypedOperation>
         if (!operation.inPlace())
             source.emplace(sample.source, sourceLayout, sourceGround());
         const PlacedPicture& from = source ? *source : destination;
+        std::ostringstream description;
+        description << GetParam() << "\nsource " << sample.source.width << " x " << sample.source.height << " at "
+                    << sourceLayout << "\ndestination " << sample.destination.width << " x "
+                    << sample.destination.height << " at " << destinationLayout;
+        caseAtHand = description.str();
         Call call = {&from.area(), &destination.area(), ProgressLog::start(), Random(sample.seed), {}};
         const ImageArea areas[] = {from.area(), destination.area()};
         const int8_t status = operation.run(call);
@@ -73,9 +93,7 @@ class LayoutInvariance : public testing::TestWithParam<TypedOperation>
             ASSERT_TRUE(!HasFailure() && actual.status == expected.status && actual.source == expected.source &&
                         actual.destination == expected.destination && actual.progress == expected.progress &&
                         actual.kept == expected.kept)
-                << "source " << sourceSize.width << " x " << sourceSize.height << " at " << from << "\ndestination "
-                << destinationSize.width << " x " << destinationSize.height << " at " << to
-                << "\nkept alike: " << (actual.kept == expected.kept)
+                << caseAtHand << "\nkept alike: " << (actual.kept == expected.kept)
                 << ", progress alike: " << (actual.progress == expected.progress)
                 << "\nsource: " << samePicture(expected.source, actual.source)
                 << "\ndestination: " << samePicture(expected.destination, actual.destination);
@@ -103,6 +121,7 @@ uint32_t near(uint32_t length, Random& random)
 
 TEST_P(LayoutInvariance, PictureDoesNotDependOnPlace)
 {
+    std::signal(SIGSEGV, tellCase);
     Random random(GetParam().name());
     std::vector<Size> sizes;
     for (uint32_t k = 0; k < 3 * 71; ++k)

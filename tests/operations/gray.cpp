@@ -14,12 +14,17 @@ void addGrayOperations(Operations& operations)
                               const auto channel = static_cast<uint16_t>(call.random.below(5));
                               return lxImageTypeConvertTo256Gray(channel, call.source, call.destination, call.progress);
                           }});
-    operations.push_back({"ConvertToGrayscale", everyType, {IMAGE_TYPE_256GRAY}, [](Call& call) {
-                              ColorPalette palette = paletteOf(call.source->type);
-                              call.random.fill(palette.entries[0], 60);
-                              return lxImageTypeConvertToGrayscale(&palette, call.source, call.destination,
-                                                                   call.progress);
-                          }});
+    operations.push_back({.name = "ConvertToGrayscale",
+                          .sourceTypes = everyType,
+                          .destinationTypes = {IMAGE_TYPE_256GRAY},
+                          .run =
+                              [](Call& call) {
+                                  ColorPalette palette = paletteOf(call.source->type);
+                                  call.random.fill(palette.entries[0], 60);
+                                  return lxImageTypeConvertToGrayscale(&palette, call.source, call.destination,
+                                                                       call.progress);
+                              },
+                          .unknownSourceStatus = IMAGE_STATUS_OK});
     operations.push_back({"ConvertToGrayscaleFromBW", {IMAGE_TYPE_BW}, {IMAGE_TYPE_256GRAY}, [](Call& call) {
                               constexpr uint16_t sizes[] = {1, 2, 3, 4, 7, 8, 9, 16, 100, 2049, 65535};
                               return lxImageTypeConvertToGrayscaleFromBW(call.random.pick(sizes), call.source,

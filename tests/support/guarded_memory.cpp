@@ -14,7 +14,8 @@ GuardedMemory::GuardedMemory(size_t bytes, size_t blocks)
     : guard_(static_cast<size_t>(sysconf(_SC_PAGESIZE))),
       bytes_((std::max<size_t>(bytes, 1) + guard_ - 1) / guard_ * guard_), blocks_(blocks), memory_(nullptr)
 {
-    void* memory = mmap(nullptr, blocks * distance() + guard_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    constexpr int flags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
+    void* memory = mmap(nullptr, blocks * distance() + guard_, PROT_NONE, flags, -1, 0);
     bool mapped = memory != MAP_FAILED;
     memory_ = static_cast<uint8_t*>(memory);
     for (size_t block = 0; mapped && block < blocks; ++block)

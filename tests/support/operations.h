@@ -12,6 +12,7 @@
 
 #include <cstring>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,18 @@ struct Operation {
     // It tells values of colorOrder apart that stand for the same order.
     bool comparesColorOrders = false;
 
+    // It reports progress by a rule of its own, or over other lines than those of the areas' overlap.
+    bool ownProgress = false;
+
+    // What each destination pixel shows depends on more than the overlap of the areas.
+    bool readsBeyondOverlap = false;
+
+    // Other types are not all refused: other rows of the same function take them.
+    bool takesOtherTypes = false;
+
+    // The status for a source type above 6 with a destination type that is taken.
+    int8_t unknownSourceStatus = IMAGE_STATUS_BAD_ARGUMENT;
+
     bool inPlace() const { return sourceTypes.empty(); }
 };
 
@@ -72,6 +85,11 @@ struct TypedOperation {
 
     std::string name() const;
 };
+
+inline std::ostream& operator<<(std::ostream& out, const TypedOperation& typed)
+{
+    return out << typed.name();
+}
 
 const std::vector<TypedOperation>& allOperations();
 

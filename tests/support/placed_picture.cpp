@@ -41,7 +41,8 @@ Layout Layout::random(Random& random, unsigned orders)
     layout.colorOrder = colorOrders[random.below(orders)];
     layout.bottomUp = random.pick(lineOrders);
     layout.x = random.chance(80) ? random.below(17) : random.below(1000);
-    layout.y = random.below(10);
+    // Now and then the area lies more than 4 GiB behind the start of its buffer.
+    layout.y = random.below(random.chance(90) ? 10 : 1U << 24);
     layout.linesBelow = random.below(10);
     layout.padding = random.chance(30) ? 0 : random.chance(80) ? random.below(8) : random.below(100);
     layout.guard = static_cast<Guard>(random.below(4));
@@ -171,6 +172,22 @@ bool PlacedPicture::surroundingsKept() const
     const bool kept = contents() == before_;
     putPixels(area_, now);
     return kept;
+}
+
+Image::Image(const Picture& picture, const Layout& layout)
+{
+    const size_t pitch = size_t{layout.x} * bitsOf(picture.type) / 8 + lineBytes(picture, layout) + layout.padding;
+    bytes_.resize(std::max<size_t>(pitch * picture.height, 1)); // no address may be null
+    area = areaAt(bytes_.data(), picture, layout, static_cast<uint32_t>(pitch));
+    putPixels(area, picture);
+}
+
+ImageArea Image::band(uint32_t top, uint32_t height) const
+{
+    ImageArea part = area;
+    part.y += top;
+    part.height = height;
+    return part;
 }
 
 } // namespace lxtest

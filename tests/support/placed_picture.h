@@ -78,4 +78,22 @@ class PlacedPicture
     std::vector<uint8_t> before_;
 };
 
+// A picture in plain memory of its own.
+class Image
+{
+  public:
+    explicit Image(const Picture& picture, const Layout& layout = Layout());
+    Image(const Image&) = delete;
+
+    ImageArea area;
+
+    Picture picture() const { return getPixels(area); }
+
+    // The area of the lines `top` to `top + height - 1`.
+    ImageArea band(uint32_t top, uint32_t height) const;
+
+  private:
+    std::vector<uint8_t> bytes_;
+};
+
 } // namespace lxtest
