@@ -38,7 +38,7 @@ class QuarterTurn
 
     void run(Progress& progress) noexcept
     {
-        if (columns_ == 0)
+        if (rows_ == 0 || columns_ == 0)
             return;
         uint32_t reported = 0;
         for (uint64_t done = 0; done < cells_;) {
