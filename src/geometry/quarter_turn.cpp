@@ -171,7 +171,7 @@ int8_t turnHalf(const ImageArea& source, const ImageArea& destination, ProgressC
 
 using ReverseBytes = void (*)(const uint8_t* source, uint8_t* destination, size_t bytes);
 
-// Whole source bytes are reversed on the stack and brought home by a shifted copy.
+// Whole source bytes are reversed: in place if the pixels fill them, else on the stack, followed by a shifted copy.
 int8_t turnHalfOfPacked(const ImageArea& source, const ImageArea& destination, ProgressCallback progress,
                         ReverseBytes reverse)
 {
@@ -182,8 +182,12 @@ int8_t turnHalfOfPacked(const ImageArea& source, const ImageArea& destination, P
     constexpr uint32_t limit = 8192;
     return turnHalf(source, destination, progress, limit,
                     [&](uint32_t i, uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
-                        uint8_t reversed[limit / 2 + 1];
                         const size_t bytes = (from.phase(i) + n + perByte - 1) / perByte;
+                        if (from.phase(i) == 0 && to.phase(column) == 0 && n % perByte == 0) {
+                            reverse(from.at(i, j), to.at(column, line), bytes);
+                            return;
+                        }
+                        uint8_t reversed[limit / 2 + 1];
                         reverse(from.at(i, j), reversed, bytes);
                         const auto first = static_cast<uint32_t>(bytes * perByte) - from.phase(i) - n;
                         bits.copyBits(reversed + first / perByte, first % perByte * from.bits(), to.at(column, line),
