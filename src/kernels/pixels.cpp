@@ -7,6 +7,7 @@
 
 #include "kernels/bit_words.h"
 #include "kernels/kernel_tables.h"
+#include "kernels/lookup_table.h"
 
 #include <cstring>
 
@@ -33,7 +34,11 @@ __m512i loadPixels(const uint8_t* source, size_t n)
 // The bits of 64 pixels, or of the first n.
 void storeBits(uint8_t* destination, uint64_t bits, size_t n)
 {
-    std::memcpy(destination, &bits, n >= 64 ? sizeof bits : (n + 7) / 8);
+    if (n >= 64)
+        std::memcpy(destination, &bits, sizeof bits);
+    else
+        _mm_mask_storeu_epi8(destination, static_cast<__mmask16>(firstOf64((n + 7) / 8)),
+                             _mm_cvtsi64_si128(static_cast<int64_t>(bits)));
 }
 
 // 32 triples: x = 33 (R + B) + 34 G of each, and the first two components as the bytes of 16-bit lanes.
@@ -118,9 +123,9 @@ void abovePattern(const uint8_t* LX_RESTRICT source, const uint8_t* LX_RESTRICT 
 {
     const size_t advance = 64 % period;
     for (size_t i = 0; i < pixels; i += 64) {
-        const __m512i limits = _mm512_loadu_si512(pattern + phase);
-        const uint64_t flags = _mm512_cmpgt_epu8_mask(loadPixels(source + i, pixels - i), limits);
-        storeBits(destination + i / 8, reverseBits(flags), pixels - i);
+        const __m512i limits = reverseEights(_mm512_loadu_si512(pattern + phase));
+        const __m512i v = reverseEights(loadPixels(source + i, pixels - i));
+        storeBits(destination + i / 8, _mm512_cmpgt_epu8_mask(v, limits), pixels - i);
         phase += advance;
         phase -= phase >= period ? period : 0;
     }
@@ -268,25 +273,9 @@ void component(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destinati
         destination[i] = bytes[3 * i];
 }
 
-void lookup(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels,
-            const uint8_t* LX_RESTRICT table)
+void lookup(const uint8_t* source, uint8_t* destination, size_t pixels, const uint8_t* table)
 {
-    size_t i = 0;
-#if defined(LX_LEVEL_v4)
-    // The table in four registers: two permutes find the entry in either half, and the index's top bit chooses.
-    const __m512i t0 = _mm512_loadu_si512(table);
-    const __m512i t1 = _mm512_loadu_si512(table + 64);
-    const __m512i t2 = _mm512_loadu_si512(table + 128);
-    const __m512i t3 = _mm512_loadu_si512(table + 192);
-    for (; i + 64 <= pixels; i += 64) {
-        const __m512i index = _mm512_loadu_si512(source + i);
-        const __m512i low = _mm512_permutex2var_epi8(t0, index, t1);
-        const __m512i high = _mm512_permutex2var_epi8(t2, index, t3);
-        _mm512_storeu_si512(destination + i, _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high));
-    }
-#endif
-    for (; i < pixels; ++i)
-        destination[i] = table[source[i]];
+    LookupTable(table).look(source, destination, pixels);
 }
 
 } // namespace
