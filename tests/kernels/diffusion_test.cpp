@@ -6,7 +6,6 @@
 #include "kernels/kernels.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace lxtest
 {
@@ -105,8 +104,7 @@ TEST_P(DiffusionKernel, FollowsTheDefinition)
                 return;
         }
     }
-    const bool portable = std::strcmp(GetParam()->level, "portable") == 0;
-    EXPECT_TRUE(portable || linesTaken_ > 0) << "no wavefront ran";
+    EXPECT_GT(linesTaken_, 0U) << "no wavefront ran";
 }
 
 INSTANTIATE_TEST_SUITE_P(Level, DiffusionKernel,

@@ -6,29 +6,31 @@ namespace lxtest
 namespace
 {
 
-// Drifts: 2 plus -2 to 2, often flat, as on white paper.
-const uint8_t* drifts(KernelBench& bench, size_t n)
+// Gains of -1 to 1, often all alike, as on white paper.
+const int8_t* gains(KernelBench& bench, size_t n)
 {
-    const uint32_t flat = bench.random().below(6);
-    return bench.from<uint8_t>(n, [&] { return flat < 5 ? flat : bench.random().below(5); });
+    const uint32_t flat = bench.random().below(4);
+    return bench.from<int8_t>(n, [&] { return static_cast<int>(flat < 3 ? flat : bench.random().below(3)) - 1; });
 }
 
 } // namespace
 
 const std::vector<KernelCase> windowKernelCases = {
-    {"drift",
-     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         kernels.window->drift(bench.flags(n), bench.flags(n), bench.flags(n), bench.flags(n), bench.to(n), n);
-     }},
+    {"gain", [](const lx::Kernels& kernels, KernelBench& bench,
+                size_t n) { kernels.window->gain(bench.flags(n), bench.flags(n), bench.to<int8_t>(n), n); }},
     {"slide",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
          const auto change = static_cast<int32_t>(bench.random().below(131071)) - 65535;
-         bench.returned(kernels.window->slide(drifts(bench, n), bench.to<uint32_t>(n), n, change));
+         kernels.window->slide(gains(bench, n), gains(bench, n), bench.to<uint32_t>(n), n, change);
      }},
-    {"slideBytes",
+    {"slideColumns", [](const lx::Kernels& kernels, KernelBench& bench,
+                        size_t n) { kernels.window->slideColumns(bench.flags(n), bench.flags(n), bench.to(n), n); }},
+    {"shadeSums",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         const auto change = static_cast<int32_t>(bench.random().below(31)) - 15;
-         bench.returned(kernels.window->slideBytes(drifts(bench, n), bench.to(n), n, change));
+         const uint32_t size = bench.random().between(1, 15);
+         const uint8_t* counts =
+             bench.from<uint8_t>(n + size + 64, [&] { return bench.random().below(255 / size + 1); });
+         kernels.window->shadeSums(counts, size, bench.bytes(256), bench.to(n), n);
      }},
     {"shade",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
