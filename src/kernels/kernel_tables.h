@@ -12,5 +12,8 @@ extern const BitKernels bitKernels;
 extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
+extern const ReverseKernels reverseKernels;
+extern const TransposeKernels transposeKernels;
+extern const RunKernels runKernels;
 
 } // namespace lx::LX_LEVEL

@@ -8,6 +8,9 @@
 #include "kernels/bits.h"
 #include "kernels/diffusion.h"
 #include "kernels/pixels.h"
+#include "kernels/reverse.h"
+#include "kernels/runs.h"
+#include "kernels/transpose.h"
 #include "kernels/window.h"
 
 #include <cstddef>
@@ -21,6 +24,9 @@ struct Kernels {
     const PixelKernels* pixels;
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
+    const ReverseKernels* reverse;
+    const TransposeKernels* transpose;
+    const RunKernels* runs;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.
