@@ -1,0 +1,70 @@
+// Lines of packed bits in a bilevel destination: filled, or made of single pixels of a source line.
+
+#pragma once
+
+#include "resolution/bit_columns.h"
+#include "resolution/scale_rows.h"
+
+#include <cstring>
+
+namespace lx
+{
+
+// Pixels `begin` to `end` - 1 of line j become white or black.
+inline void fillBits(const AreaView& area, uint32_t j, uint32_t begin, uint32_t end, bool white) noexcept
+{
+    if (begin >= end)
+        return;
+    uint8_t* first = area.at(begin, j);
+    uint8_t* last = area.at(end - 1, j);
+    const auto fill = [white](uint8_t* byte, unsigned owned) {
+        *byte = static_cast<uint8_t>(white ? *byte | owned : *byte & ~owned);
+    };
+    const unsigned head = 0xFFU >> area.phase(begin);
+    const unsigned tail = 0xFF00U >> (area.phase(end - 1) + 1) & 0xFF;
+    if (first == last) {
+        fill(first, head & tail);
+        return;
+    }
+    fill(first, head);
+    std::memset(first + 1, white ? 0xFF : 0, static_cast<size_t>(last - first) - 1);
+    fill(last, tail);
+}
+
+// Lines of the first pixels of blocks. `Blocks` walks the columns.
+template <class Blocks>
+class PickedBits
+{
+  public:
+    PickedBits(const AreaView& source, const AreaView& destination) noexcept
+        : columns_(Blocks(source.width(), destination.width()), source), destination_(destination)
+    {
+    }
+
+    // Makes destination line j from source line `line`, and returns how many pixels are reached.
+    uint32_t make(uint32_t j, uint32_t line) noexcept
+    {
+        return makeFrom(j, [line](const BitPicks& plan) { return plan.row(line); });
+    }
+
+    // The same from the rows that row(plan) gives: the plan's part of a source line.
+    template <class Row>
+    uint32_t makeFrom(uint32_t j, Row row) noexcept
+    {
+        uint32_t reached = 0;
+        columns_.forEach([&](const BitPicks& plan) {
+            kernels().bitBlocks->pick(plan.table(), row(plan), picked_);
+            const uint32_t first = plan.first();
+            kernels().bits->copyBits(picked_, 0, destination_.at(first, j), destination_.phase(first), plan.count());
+            reached += plan.count();
+        });
+        return reached;
+    }
+
+  private:
+    PlannedColumns<Blocks, Roomy<BitPicks>> columns_;
+    AreaView destination_;
+    alignas(64) uint8_t picked_[Roomy<BitPicks>::limit / 8];
+};
+
+} // namespace lx
