@@ -59,7 +59,7 @@ class FlagLine
 template <class Columns>
 void scaleBySampling(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
-    PickedBits<Columns> line(source, destination);
+    PickedLine<Columns> line(source, destination);
     scaleRows(
         source, destination, passShares(source, destination), progress,
         [&](uint32_t j, Span lines) { return line.make(j, lines.start); }, replicateLines(destination));
@@ -106,7 +106,7 @@ void widenByMajority(const AreaView& source, const AreaView& destination, Progre
 // every other enlargement. This is deliberate.
 void enlargeByMajority(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
-    PickedBits<RepeatedBlockWalker> line(source, destination);
+    PickedLine<RepeatedBlockWalker> line(source, destination);
     scaleRowsPlaced(
         source, destination, widthEnlarged, progress,
         [&](uint32_t j, Span lines, uint32_t) {

@@ -36,8 +36,31 @@ template <class Blocks>
 class PickedBits
 {
   public:
-    PickedBits(const AreaView& source, const AreaView& destination) noexcept
-        : columns_(Blocks(source.width(), destination.width()), source), destination_(destination)
+    PickedBits(const AreaView& source, uint32_t width) noexcept : columns_(Blocks(source.width(), width), source) {}
+
+    // Calls put(bits, i, n) with the packed bits of destination pixels i to i + n - 1, from left to right. row(plan) is
+    // the plan's part of a source line.
+    template <class Row, class Put>
+    void pick(Row row, Put put) noexcept
+    {
+        columns_.forEach([&](const BitPicks& plan) {
+            kernels().bitBlocks->pick(plan.table(), row(plan), picked_);
+            put(picked_, plan.first(), plan.count());
+        });
+    }
+
+  private:
+    PlannedColumns<Blocks, Roomy<BitPicks>> columns_;
+    alignas(64) uint8_t picked_[Roomy<BitPicks>::limit / 8];
+};
+
+// The same for a bilevel destination.
+template <class Blocks>
+class PickedLine
+{
+  public:
+    PickedLine(const AreaView& source, const AreaView& destination) noexcept
+        : picked_(source, destination.width()), destination_(destination)
     {
     }
 
@@ -47,24 +70,20 @@ class PickedBits
         return makeFrom(j, [line](const BitPicks& plan) { return plan.row(line); });
     }
 
-    // The same from the rows that row(plan) gives: the plan's part of a source line.
     template <class Row>
     uint32_t makeFrom(uint32_t j, Row row) noexcept
     {
         uint32_t reached = 0;
-        columns_.forEach([&](const BitPicks& plan) {
-            kernels().bitBlocks->pick(plan.table(), row(plan), picked_);
-            const uint32_t first = plan.first();
-            kernels().bits->copyBits(picked_, 0, destination_.at(first, j), destination_.phase(first), plan.count());
-            reached += plan.count();
+        picked_.pick(row, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
+            kernels().bits->copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
+            reached += n;
         });
         return reached;
     }
 
   private:
-    PlannedColumns<Blocks, Roomy<BitPicks>> columns_;
+    PickedBits<Blocks> picked_;
     AreaView destination_;
-    alignas(64) uint8_t picked_[Roomy<BitPicks>::limit / 8];
 };
 
 } // namespace lx

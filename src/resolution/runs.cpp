@@ -141,7 +141,7 @@ void reduceByRuns(const AreaView& source, const AreaView& destination, ProgressC
 // Every column repeated over its run, black where any line of the block is.
 void widenByRuns(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
-    PickedBits<RepeatedBlockWalker> line(source, destination);
+    PickedLine<RepeatedBlockWalker> line(source, destination);
     uint8_t together[BitColumns::mostBytes];
     scaleRows(
         source, destination, widthEnlarged, progress,
