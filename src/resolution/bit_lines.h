@@ -44,12 +44,13 @@ class PickedBits
     void pick(Row row, Put put) noexcept
     {
         columns_.forEach([&](const BitPicks& plan) {
-            kernels().bitBlocks->pick(plan.table(), row(plan), picked_);
+            kernels_.pick(plan.table(), row(plan), picked_);
             put(picked_, plan.first(), plan.count());
         });
     }
 
   private:
+    const BitBlockKernels& kernels_ = *kernels().bitBlocks;
     PlannedColumns<Blocks, Roomy<BitPicks>> columns_;
     alignas(64) uint8_t picked_[Roomy<BitPicks>::limit / 8];
 };
@@ -75,13 +76,14 @@ class PickedLine
     {
         uint32_t reached = 0;
         picked_.pick(row, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
-            kernels().bits->copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
+            kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
             reached += n;
         });
         return reached;
     }
 
   private:
+    const BitKernels& kernels_ = *kernels().bits;
     PickedBits<Blocks> picked_;
     AreaView destination_;
 };

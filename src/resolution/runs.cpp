@@ -114,6 +114,7 @@ void reduceByRuns(const AreaView& source, const AreaView& destination, ProgressC
 {
     const RunMapper mapper(source, destination);
     const uint32_t width = source.width();
+    const BitBlockKernels& blocks = *kernels().bitBlocks;
     uint8_t together[BitColumns::mostBytes];
     scaleRows(
         source, destination, reducedRuns, progress,
@@ -126,8 +127,7 @@ void reduceByRuns(const AreaView& source, const AreaView& destination, ProgressC
                 const uint32_t n = std::min(width - i, BitColumns::mostBits);
                 const unsigned phase = source.phase(i);
                 const uint8_t* row = source.at(i, lines.start);
-                kernels().bitBlocks->andRows(row, source.lineStep(), lines.length, together,
-                                             (size_t{phase} + n + 7) / 8);
+                blocks.andRows(row, source.lineStep(), lines.length, together, (size_t{phase} + n + 7) / 8);
                 open = runs.scan(together, phase, n, paint);
                 i += n;
             }
@@ -142,6 +142,7 @@ void reduceByRuns(const AreaView& source, const AreaView& destination, ProgressC
 void widenByRuns(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
     PickedLine<RepeatedBlockWalker> line(source, destination);
+    const BitBlockKernels& blocks = *kernels().bitBlocks;
     uint8_t together[BitColumns::mostBytes];
     scaleRows(
         source, destination, widthEnlarged, progress,
@@ -150,7 +151,7 @@ void widenByRuns(const AreaView& source, const AreaView& destination, ProgressCa
                 const uint8_t* row = plan.row(lines.start);
                 if (lines.length == 1)
                     return row;
-                kernels().bitBlocks->andRows(row, source.lineStep(), lines.length, together, plan.bytes());
+                blocks.andRows(row, source.lineStep(), lines.length, together, plan.bytes());
                 return together;
             });
         },
