@@ -61,13 +61,18 @@ class PickedLine
 {
   public:
     PickedLine(const AreaView& source, const AreaView& destination) noexcept
-        : picked_(source, destination.width()), destination_(destination)
+        : picked_(source, destination.width()), source_(source), destination_(destination)
     {
     }
 
     // Makes destination line j from source line `line`, and returns how many pixels are reached.
     uint32_t make(uint32_t j, uint32_t line) noexcept
     {
+        if (source_.width() == destination_.width()) {
+            kernels_.copyBits(source_.row(line), source_.phase(), destination_.row(j), destination_.phase(),
+                              source_.width());
+            return source_.width();
+        }
         return makeFrom(j, [line](const BitPicks& plan) { return plan.row(line); });
     }
 
@@ -85,6 +90,7 @@ class PickedLine
   private:
     const BitKernels& kernels_ = *kernels().bits;
     PickedBits<Blocks> picked_;
+    AreaView source_;
     AreaView destination_;
 };
 
