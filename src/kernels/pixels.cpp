@@ -76,31 +76,105 @@ void aboveEach(const uint8_t* LX_RESTRICT source, const uint8_t* LX_RESTRICT thr
         destination[i] = source[i] > thresholds[i] ? 1 : 0;
 }
 
+#if defined(LX_LEVEL_v4)
+
+// Byte b of 64 triples is component b % 3 of pixel b / 3. Three registers hold a component each: one permute takes two
+// of them (the second from 64 on), and another, under a mask, the third.
+struct Weave {
+    alignas(64) uint8_t firstTwo[3][64] = {};
+    alignas(64) uint8_t third[3][64] = {};
+    uint64_t isThird[3] = {};
+
+    constexpr Weave()
+    {
+        for (unsigned b = 0; b < 192; ++b) {
+            const auto pixel = static_cast<uint8_t>(b / 3);
+            firstTwo[b / 64][b % 64] = static_cast<uint8_t>(b % 3 == 1 ? 64 + pixel : pixel);
+            third[b / 64][b % 64] = pixel;
+            isThird[b / 64] |= uint64_t{b % 3 == 2} << b % 64;
+        }
+    }
+};
+constexpr Weave weave;
+
+// A table of 256 bytes in four registers.
+struct Table256 {
+    __m512i part[4];
+
+    explicit Table256(const uint8_t* table)
+        : part{_mm512_loadu_si512(table), _mm512_loadu_si512(table + 64), _mm512_loadu_si512(table + 128),
+               _mm512_loadu_si512(table + 192)}
+    {
+    }
+
+    // Two permutes find the entry in either half, and the index's top bit chooses.
+    __m512i at(__m512i index) const
+    {
+        const __m512i low = _mm512_permutex2var_epi8(part[0], index, part[1]);
+        const __m512i high = _mm512_permutex2var_epi8(part[2], index, part[3]);
+        return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
+    }
+};
+
+#endif
+
 void lookup(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels,
             const uint8_t* LX_RESTRICT table)
 {
     size_t i = 0;
 #if defined(LX_LEVEL_v4)
-    // The table in four registers: two permutes find the entry in either half, and the index's top bit chooses.
-    const __m512i t0 = _mm512_loadu_si512(table);
-    const __m512i t1 = _mm512_loadu_si512(table + 64);
-    const __m512i t2 = _mm512_loadu_si512(table + 128);
-    const __m512i t3 = _mm512_loadu_si512(table + 192);
-    for (; i + 64 <= pixels; i += 64) {
-        const __m512i index = _mm512_loadu_si512(source + i);
-        const __m512i low = _mm512_permutex2var_epi8(t0, index, t1);
-        const __m512i high = _mm512_permutex2var_epi8(t2, index, t3);
-        _mm512_storeu_si512(destination + i, _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high));
-    }
+    const Table256 entries(table);
+    for (; i + 64 <= pixels; i += 64)
+        _mm512_storeu_si512(destination + i, entries.at(_mm512_loadu_si512(source + i)));
 #endif
     for (; i < pixels; ++i)
         destination[i] = table[source[i]];
 }
 
+void colors(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, const ColorTable& table)
+{
+    size_t i = 0;
+#if defined(LX_LEVEL_v4)
+    const Table256 tables[3] = {Table256(table.component[0]), Table256(table.component[1]),
+                                Table256(table.component[2])};
+    for (; i + 64 <= pixels; i += 64) {
+        const __m512i index = _mm512_loadu_si512(source + i);
+        const __m512i first = tables[0].at(index);
+        const __m512i second = tables[1].at(index);
+        const __m512i third = tables[2].at(index);
+        for (unsigned part = 0; part < 3; ++part) {
+            const __m512i two = _mm512_permutex2var_epi8(first, _mm512_load_si512(weave.firstTwo[part]), second);
+            const __m512i v =
+                _mm512_mask_permutexvar_epi8(two, weave.isThird[part], _mm512_load_si512(weave.third[part]), third);
+            _mm512_storeu_si512(destination + 3 * i + 64 * part, v);
+        }
+    }
+#endif
+    for (; i < pixels; ++i) {
+        for (unsigned c = 0; c < 3; ++c)
+            destination[3 * i + c] = table.component[c][source[i]];
+    }
+}
+
+void swapEnds(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels)
+{
+    for (size_t i = 0; i < pixels; ++i) {
+        destination[3 * i] = source[3 * i + 2];
+        destination[3 * i + 1] = source[3 * i + 1];
+        destination[3 * i + 2] = source[3 * i];
+    }
+}
+
+void bit(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, unsigned bit)
+{
+    for (size_t i = 0; i < pixels; ++i)
+        destination[i] = source[i] >> bit & 1;
+}
+
 } // namespace
 
 constexpr PixelKernels pixelKernels = {
-    weightedGray, preciseGray, component, bright, levels16, above, aboveEach, lookup,
+    weightedGray, preciseGray, component, bright, levels16, above, aboveEach, lookup, colors, swapEnds, bit,
 };
 
 } // namespace lx::LX_LEVEL
