@@ -32,6 +32,9 @@ struct BlockColumns {
     const uint64_t* wide;   // the same of wide blocks alone
 };
 
+// The mark of a block whose mean is in doubt; others have 0.
+constexpr uint8_t blockMark = 255;
+
 // How the sums of narrow [0] and wide [1] blocks become means.
 struct BlockRule {
     uint32_t pixels[2]; // of a block, at most 65535
@@ -45,7 +48,8 @@ struct TapGroup {
     static constexpr unsigned reach = 64; // a group of more than one pixel stays within so many components
 
     uint32_t base;           // source component that the offsets count from
-    uint32_t count;          // 1 to 32 components
+    uint16_t count;          // 1 to 32 components
+    uint16_t last;           // the largest offset
     uint16_t offsets[lanes]; // of the first tap
     int16_t weights[lanes];  // of the last tap against the first, in 1 / 32768
 };
@@ -58,24 +62,26 @@ struct ResampleKernels {
     void (*sumRows)(const uint8_t* source, ptrdiff_t step, unsigned rows, uint16_t* sums, size_t components);
 
     // destination[b] = floor(sum of block b / pixels) from the sums of its columns, component by component. Blocks that
-    // are not all 0 or all 255 and divide evenly are marked by a non-zero mark. `marks` has room for 64 bytes more than
+    // are not all 0 or all 255 and divide evenly are marked by blockMark. `marks` has room for 64 bytes more than
     // there are blocks, `sums` for 256 words more. Returns whether there are marks.
     bool (*blockMeans)(const BlockColumns& columns, const BlockRule& rule, const uint16_t* sums, uint8_t* destination,
                        uint8_t* marks);
 
-    // destination[i] = trunc(from[i] + t * d), d = (to[i] - from[i]) * step in single precision, the rest in double.
+    // destination[i] = trunc(from[i] + t * d), d = (to[i] - from[i]) * (1 / length) in single precision, the rest in
+    // double; t < length.
     void (*ramp)(const uint8_t* from, const uint8_t* to, uint8_t* destination, size_t components, unsigned t,
-                 float step);
+                 uint32_t length);
 
-    // The same with t = times[i] & 127 and one of two steps, chosen by the top bit of times[i].
+    // The same with t = times[i] & 127, and the length one more where the top bit of times[i] is set.
     void (*rampEach)(const uint8_t* from, const uint8_t* to, uint8_t* destination, size_t components,
-                     const uint8_t* times, const float* steps);
+                     const uint8_t* times, uint32_t length);
 
     // sums[i] += source[i].
     void (*addRow)(const uint8_t* source, uint32_t* sums, size_t components);
 
     // Interpolation down the columns, in 1 / 128: x = 128 (top + middle) + round(128 (bottom - top) weight / 32768),
-    // destination[i] = floor((x + floor(box / 2)) / box). `middle` is the sum of box - 1 <= 65534 rows.
+    // destination[i] = floor((x + floor(box / 2)) / box) + 64; the 64 are for the next step. `middle` is the sum of
+    // box - 1 <= 2046 rows.
     void (*joinRows)(const uint8_t* top, const uint32_t* middle, const uint8_t* bottom, uint16_t* destination,
                      size_t components, uint32_t box, int weight);
 
@@ -85,8 +91,8 @@ struct ResampleKernels {
                       size_t components, int weight);
 
     // Interpolation along the line, of what the above gives. The box + 1 taps of a component are `channels` apart:
-    // x = all but the last + round((last - first) weight / 32768), destination = floor((x + 64 box) / (128 box)).
-    // `source` has room for 64 words more than the taps need.
+    // destination = floor((all but the last + round((last - first) weight / 32768)) / (128 box)). `source` has room for
+    // 64 words more than the taps need.
     void (*joinColumns)(const uint16_t* source, uint8_t* destination, const TapGroup* groups, size_t count,
                         unsigned channels, uint32_t box);
 };

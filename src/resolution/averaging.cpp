@@ -15,11 +15,6 @@ namespace lx
 namespace
 {
 
-float stepOf(uint32_t length)
-{
-    return 1.0F / static_cast<float>(length);
-}
-
 // Makes lines that are not wider than the source's: means of blocks.
 template <unsigned Channels>
 class MeanLine
@@ -148,7 +143,6 @@ class RampLine
 
     void makePlanned(const RampPlan<Channels>& plan, uint32_t j, Span lines) noexcept
     {
-        const float steps[] = {stepOf(runs_.shortest()), stepOf(runs_.shortest() + 1)};
         uint8_t* out = destination_.at(plan.picks.first, j);
         const uint8_t* times = plan.times;
         for (uint32_t g = 0; g < plan.picks.groupCount; g += batchGroups) {
@@ -160,7 +154,7 @@ class RampLine
             fetch(plan.picks.sourceFirst + base / Channels, (last.base + last.last - base) / Channels + 1, lines);
             kernels_.pick(pixels_ - base, from_, groups, count);
             kernels_.pick(pixels_ + Channels - base, to_, groups, count);
-            kernels_.rampEach(from_, to_, out, components, times, steps);
+            kernels_.rampEach(from_, to_, out, components, times, runs_.shortest());
             out += components;
             times += components;
         }
@@ -184,7 +178,8 @@ class RampLine
             uint8_t* out = destination_.at(run.start, j);
             for (unsigned c = 0; c < Channels; ++c) {
                 const int v = pixels_[c];
-                const double d = static_cast<float>(pixels_[Channels + c] - v) * stepOf(run.length);
+                const double d =
+                    static_cast<float>(pixels_[Channels + c] - v) * (1.0F / static_cast<float>(run.length));
                 for (uint32_t t = 0; t < run.length; ++t)
                     out[size_t{t} * Channels + c] = static_cast<uint8_t>(v + t * d);
             }
@@ -213,7 +208,7 @@ void rampLines(const AreaView& area, Span run, uint32_t next, uint32_t width) no
             replicateLine(area, width, run.start, run.start + t);
         else
             kernels.ramp(area.row(run.start), area.row(next), area.row(run.start + t), size_t{width} * Channels, t,
-                         stepOf(run.length));
+                         run.length);
     }
 }
 

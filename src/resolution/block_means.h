@@ -34,7 +34,7 @@ inline bool isSmallBlock(uint32_t lines, uint32_t columns)
     return lines < 5 && columns < 5;
 }
 
-// The means of large blocks of one size.
+// The running sums of large blocks of one size.
 class LargeMean
 {
   public:
@@ -45,7 +45,9 @@ class LargeMean
         if (pixels == pixels_)
             return;
         pixels_ = pixels;
-        divisor_ = static_cast<float>(pixels);
+        const double divisor = static_cast<float>(pixels);
+        for (unsigned value = 0; value < 256; ++value)
+            shares_[value] = value / divisor;
         std::memset(known_, 0, sizeof known_);
     }
 
@@ -54,9 +56,8 @@ class LargeMean
     {
         if (!known_[value]) {
             double sum = 0.0;
-            const double share = value / divisor_;
             for (uint64_t i = 0; i < pixels_; ++i)
-                sum += share;
+                sum += shares_[value];
             flat_[value] = static_cast<uint8_t>(sum);
             known_[value] = true;
         }
@@ -71,7 +72,7 @@ class LargeMean
         for (uint32_t j = 0; j < block.lines; ++j) {
             const uint8_t* pixel = block.line(j);
             for (uint32_t i = 0; i < block.columns; ++i)
-                sum += pixel[size_t{i} * block.channels] / divisor_;
+                sum += shares_[pixel[size_t{i} * block.channels]];
         }
         return static_cast<uint8_t>(sum);
     }
@@ -90,7 +91,7 @@ class LargeMean
     }
 
     uint64_t pixels_ = 0;
-    double divisor_ = 1.0;
+    double shares_[256];
     bool known_[256] = {};
     uint8_t flat_[256];
 };
@@ -225,13 +226,18 @@ class BlockMeans
         return lines.length > 1 ? source_.row(lines.start + 1) - source_.row(lines.start) : 0;
     }
 
+    // The next marked component from k on, `count` if there is none.
+    uint32_t nextMark(uint32_t k, uint32_t count) const
+    {
+        const void* mark = std::memchr(marks_ + k, blockMark, count - k);
+        return mark != nullptr ? static_cast<uint32_t>(static_cast<const uint8_t*>(mark) - marks_) : count;
+    }
+
     // Puts the running sum in the place of the means that are in doubt.
     void settleMarked(const BlockColumns& columns, Span lines, const uint8_t* source, uint8_t* means)
     {
         const uint32_t count = columns.blocks * Channels;
-        for (uint32_t k = 0; k < count; ++k) {
-            if (marks_[k] == 0)
-                continue;
+        for (uint32_t k = nextMark(0, count); k < count; k = nextMark(k + 1, count)) {
             const uint32_t start = columns.starts[k / Channels];
             const uint32_t width = columns.starts[k / Channels + 1] - start;
             means[k] = largeMean(lines.length, width)

@@ -112,6 +112,7 @@ struct TapPlan {
             group->offsets[group->count] = static_cast<uint16_t>(component - group->base + c);
             group->weights[group->count++] = weight;
         }
+        group->last = group->offsets[group->count - 1];
     }
 };
 
