@@ -9,6 +9,8 @@
 #include "resolution/picked_columns.h"
 #include "resolution/workers.h"
 
+#include <cstring>
+
 namespace lx
 {
 
@@ -94,6 +96,9 @@ class ColumnMeans
     const bool planned_;
 };
 
+// Runs up to this long are planned pixel by pixel.
+constexpr uint32_t longestPlannedRun = 64;
+
 // A Plan of ramps: which pixel each run starts from, and how far along the run its components are.
 template <unsigned Channels>
 struct RampPlan {
@@ -102,16 +107,20 @@ struct RampPlan {
     Picks picks;
     uint8_t times[Picks::groupLimit * PickGroup::lanes]; // the top bit marks the longer runs
 
-    uint32_t take(RunWalker& walker, uint32_t from) noexcept
+    uint32_t take(RunWalker& runs, uint32_t from) noexcept
     {
-        RunWalker again = walker;
-        const uint32_t taken = picks.take(walker, from);
+        picks.begin(0);
+        uint32_t taken = 0;
         uint8_t* time = times;
-        Span run;
-        for (uint32_t k = 0; k < taken && again.next(run); ++k) {
-            const unsigned longer = run.length > again.shortest() ? 128 : 0;
-            for (uint32_t t = 0; t < run.length; ++t, time += Channels)
+        // The longest run opens four groups at most.
+        for (Span run; picks.groupCount + 4 <= Picks::groupLimit && runs.next(run); ++taken) {
+            if (taken == 0)
+                picks.first = run.start;
+            const unsigned longer = run.length > runs.shortest() ? 128 : 0;
+            for (uint32_t t = 0; t < run.length; ++t, time += Channels) {
+                picks.add(from + taken);
                 std::memset(time, static_cast<int>(t | longer), Channels);
+            }
         }
         return taken;
     }

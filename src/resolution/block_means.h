@@ -15,6 +15,8 @@
 #include "kernels/kernels.h"
 #include "resolution/scale_rows.h"
 
+#include <cstring>
+
 namespace lx
 {
 

@@ -16,6 +16,8 @@
 #include "resolution/scale_rows.h"
 #include "resolution/workers.h"
 
+#include <cstring>
+
 namespace lx
 {
 

@@ -1,19 +1,14 @@
-// Plans of lines that take over source pixels as they are: the top-left pixel of each block of a reduced axis, and
-// every pixel of an enlarged one over its run.
+// A Plan of lines that take source pixels over as they are, one for each destination pixel.
 
 #pragma once
 
-#include "frame/line_walk.h"
+#include "frame/row_io.h"
 #include "resolution/scale_rows.h"
 
 namespace lx
 {
 
-// Runs up to this long are planned component by component.
-constexpr uint32_t longestPlannedRun = 64;
-
-// A Plan that says for each destination component where it comes from. Packed pixels are unpacked into chunks, which
-// bound the plan.
+// Packed pixels are unpacked into chunks, which bound the plan.
 template <unsigned Channels, bool Packed>
 struct PickedColumns {
     static constexpr uint32_t groupLimit = 320;
@@ -26,34 +21,22 @@ struct PickedColumns {
     uint32_t groupCount = 0;
     PickGroup groups[groupLimit];
 
-    uint32_t take(BlockWalker<float>& walker, uint32_t from) noexcept
+    // The first pixels of blocks.
+    template <class Blocks>
+    uint32_t take(Blocks& blocks, uint32_t from) noexcept
     {
-        Span block;
         begin(from);
-        while (hasRoom(1) && nextInChunk(walker, block)) {
-            if (count == 0)
-                sourceFirst = block.start;
-            add(block.start, 1);
+        Span block;
+        for (Blocks before = blocks; hasRoom() && blocks.next(block); before = blocks) {
+            if (count != 0 && block.start - sourceFirst >= pixelLimit) {
+                blocks = before;
+                break;
+            }
+            add(block.start);
         }
         return count;
     }
 
-    uint32_t take(RunWalker& walker, uint32_t from) noexcept
-    {
-        Span run;
-        uint32_t taken = 0;
-        begin(from);
-        sourceFirst = from;
-        while (hasRoom(longestPlannedRun) && walker.next(run)) {
-            if (taken == 0)
-                first = run.start;
-            add(from + taken, run.length);
-            ++taken;
-        }
-        return taken;
-    }
-
-  private:
     void begin(uint32_t from)
     {
         first = from;
@@ -62,39 +45,25 @@ struct PickedColumns {
         groupCount = 0;
     }
 
-    // `pixels` is at most longestPlannedRun, which opens four groups at most.
-    bool hasRoom(uint32_t pixels) const { return groupCount + 4 <= groupLimit && count + pixels <= pixelLimit; }
+    bool hasRoom() const { return groupCount < groupLimit && count < pixelLimit; }
 
-    // Walks on only if the block begins within the chunk.
-    bool nextInChunk(BlockWalker<float>& walker, Span& block) const
+    // The next destination pixel takes a source pixel, which is not left of the one before.
+    void add(uint32_t pixel)
     {
-        const BlockWalker<float> before = walker;
-        if (!walker.next(block))
-            return false;
-        if (count == 0 || block.start - sourceFirst < pixelLimit)
-            return true;
-        walker = before;
-        return false;
-    }
-
-    void add(uint32_t pixel, uint32_t copies)
-    {
-        const uint32_t component = (pixel - sourceFirst) * Channels;
-        for (uint32_t k = 0; k < copies; ++k) {
-            PickGroup* group = groupCount != 0 ? &groups[groupCount - 1] : nullptr;
-            if (group == nullptr || group->count + Channels > PickGroup::lanes ||
-                component + Channels - 1 - group->base > 255) {
-                group = &groups[groupCount++];
-                group->base = component;
-                group->count = 0;
-            }
-            for (unsigned c = 0; c < Channels; ++c)
-                group->offsets[group->count++] = static_cast<uint8_t>(component - group->base + c);
-            group->last = group->offsets[group->count - 1];
+        if (count++ == 0)
+            sourceFirst = pixel;
+        sourceCount = pixel - sourceFirst + 1;
+        const uint32_t component = (sourceCount - 1) * Channels;
+        PickGroup* group = groupCount != 0 ? &groups[groupCount - 1] : nullptr;
+        if (group == nullptr || group->count + Channels > PickGroup::lanes ||
+            component + Channels - 1 - group->base > 255) {
+            group = &groups[groupCount++];
+            group->base = component;
+            group->count = 0;
         }
-        count += copies;
-        if (copies != 0)
-            sourceCount = pixel - sourceFirst + 1;
+        for (unsigned c = 0; c < Channels; ++c)
+            group->offsets[group->count++] = static_cast<uint8_t>(component - group->base + c);
+        group->last = group->offsets[group->count - 1];
     }
 };
 

@@ -11,10 +11,10 @@
 
 #include "frame/area_view.h"
 #include "frame/progress.h"
+#include "kernels/kernels.h"
 #include "resolution/block_geometry.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 
 namespace lx
@@ -136,30 +136,10 @@ void scaleRowsPlaced(const AreaView& source, const AreaView& destination, PassSh
 // Copies the first `width` pixels of line `from` to the same place in line `to`.
 inline void replicateLine(const AreaView& area, uint32_t width, uint32_t from, uint32_t to) noexcept
 {
-    if (width == 0)
-        return;
-    const uint8_t* source = area.row(from);
-    uint8_t* destination = area.row(to);
-    const unsigned bits = area.bits();
-    if (!area.packed()) {
-        std::memcpy(destination, source, size_t{width} * (bits / 8));
-        return;
-    }
-    const size_t begin = size_t{area.phase()} * bits;
-    const size_t end = begin + size_t{width} * bits;
-    const size_t last = (end - 1) / 8;
-    const unsigned headKept = 0xFF00U >> begin & 0xFF;
-    const unsigned tailKept = 0xFFU >> ((end - 1) % 8 + 1);
-    const auto merge = [&](size_t k, unsigned kept) {
-        destination[k] = static_cast<uint8_t>((source[k] & ~kept) | (destination[k] & kept));
-    };
-    if (last == 0) {
-        merge(0, headKept | tailKept);
-        return;
-    }
-    merge(0, headKept);
-    std::memcpy(destination + 1, source + 1, last - 1);
-    merge(last, tailKept);
+    const size_t bits = size_t{width} * area.bits();
+    const unsigned phase = area.phase() * area.bits() % 8;
+    if (bits != 0)
+        kernels().bits->copyBits(area.row(from), phase, area.row(to), phase, bits);
 }
 
 // The fillRun of workers whose lines are replicated.
@@ -179,7 +159,9 @@ template <class Walker, class Plan>
 class PlannedColumns
 {
   public:
-    explicit PlannedColumns(const Walker& walker) noexcept : begin_(walker)
+    template <class... PlanArguments>
+    explicit PlannedColumns(const Walker& walker, const PlanArguments&... planArguments) noexcept
+        : begin_(walker), plan_(planArguments...)
     {
         Walker rest = walker;
         plan_.take(rest, 0);
