@@ -153,7 +153,8 @@ class SmallWindows
     {
         uint32_t counts[mostSize];
         float scales[mostSize];
-        uint32_t sum = 0;
+        // They end at the right edge, which may lie in the next strip: nothing is counted beyond it.
+        uint32_t sum = std::accumulate(counts_ + strip_.columns, counts_ + strip_.columns + strip_.size, 0U);
         for (uint32_t k = strip_.columns; k-- > first;) {
             sum += counts_[k];
             counts[k - first] = sum;
