@@ -80,59 +80,131 @@ class BlackRuns
     size_t position_ = 0;
 };
 
+// Lines painted from left to right. Runs are kept as changes of colour in a window of bits that moves along the line;
+// what is behind it is turned into colours and goes to the destination.
+class LinePainter
+{
+  public:
+    explicit LinePainter(const AreaView& destination) noexcept : destination_(destination) {}
+
+    void begin(uint32_t j) noexcept
+    {
+        line_ = j;
+        left_ = 0;
+        painted_ = 0;
+        black_ = 0;
+    }
+
+    // Pixels `from` to `to` - 1 become black; no run starts before the one painted last.
+    void paint(uint32_t from, uint32_t to) noexcept
+    {
+        from = std::max(from, painted_);
+        if (from >= to)
+            return;
+        change(from);
+        painted_ = to;
+        if (to < destination_.width())
+            change(to);
+    }
+
+    void finish() noexcept
+    {
+        while (left_ < destination_.width())
+            moveOn();
+    }
+
+  private:
+    static constexpr uint32_t window = 8192;
+
+    void change(uint32_t i) noexcept
+    {
+        while (i - left_ >= window)
+            moveOn();
+        changes_[(i - left_) / 64] ^= uint64_t{1} << 63 >> (i - left_) % 64;
+    }
+
+    void moveOn() noexcept
+    {
+        const uint32_t n = std::min(destination_.width() - left_, window);
+        uint8_t colors[window / 8];
+        for (uint32_t k = 0; k < (n + 63) / 64; ++k) {
+            uint64_t word = changes_[k];
+            for (unsigned reach = 1; reach < 64; reach *= 2)
+                word ^= word >> reach;
+            word ^= black_;
+            black_ = 0 - (word & 1);
+            for (unsigned b = 0; b < 8; ++b)
+                colors[8 * k + b] = static_cast<uint8_t>(~word >> (56 - 8 * b));
+            changes_[k] = 0;
+        }
+        bits_.copyBits(colors, 0, destination_.at(left_, line_), destination_.phase(left_), n);
+        left_ += n;
+    }
+
+    const BitKernels& bits_ = *kernels().bits;
+    AreaView destination_;
+    uint32_t line_ = 0;
+    uint32_t left_ = 0;    // left end of the window
+    uint32_t painted_ = 0; // right end of the last run
+    uint64_t black_ = 0;   // all ones if the pixel left of the window is black
+    uint64_t changes_[window / 64] = {};
+};
+
 // Black source pixels `begin` to `end` - 1 to destination pixels. The end is rounded up by 1 - r, r being the ratio of
 // the widths, so that no run vanishes.
 class RunMapper
 {
   public:
     RunMapper(const AreaView& source, const AreaView& destination) noexcept
-        : destination_(destination), ratio_(static_cast<double>(destination.width()) / source.width()),
+        : painter_(destination), width_(destination.width()), ratio_(static_cast<double>(width_) / source.width()),
           rounding_(1.0 - ratio_)
     {
     }
 
+    LinePainter& painter() { return painter_; }
+
     // False when the line is full.
-    bool paint(uint32_t j, uint32_t begin, uint32_t end) const noexcept
+    bool paint(uint32_t begin, uint32_t end) noexcept
     {
-        const uint32_t width = destination_.width();
-        const auto from = static_cast<uint64_t>(begin * ratio_);
-        if (from >= width)
+        const auto from = static_cast<int64_t>(begin * ratio_);
+        const auto to = static_cast<int64_t>(end * ratio_ + rounding_);
+        if (from >= width_)
             return false;
-        const auto to = static_cast<uint64_t>(end * ratio_ + rounding_);
-        fillBits(destination_, j, static_cast<uint32_t>(from), static_cast<uint32_t>(std::min<uint64_t>(to, width)),
-                 false);
-        return to < width;
+        painter_.paint(static_cast<uint32_t>(from), static_cast<uint32_t>(std::min<int64_t>(to, width_)));
+        return to < width_;
     }
 
   private:
-    AreaView destination_;
+    LinePainter painter_;
+    uint32_t width_;
     double ratio_;
     double rounding_;
 };
 
 void reduceByRuns(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
-    const RunMapper mapper(source, destination);
+    RunMapper mapper(source, destination);
     const uint32_t width = source.width();
+    const BitBlockKernels& blocks = *kernels().bitBlocks;
     uint8_t together[BitColumns::mostBytes];
     scaleRows(
         source, destination, reducedRuns, progress,
         [&](uint32_t j, Span lines) {
-            const auto paint = [&](uint32_t begin, uint32_t end) { return mapper.paint(j, begin, end); };
-            fillBits(destination, j, 0, destination.width(), true);
+            const auto paint = [&](uint32_t begin, uint32_t end) { return mapper.paint(begin, end); };
+            mapper.painter().begin(j);
             BlackRuns runs;
             bool open = true;
             for (uint32_t i = 0; open && i < width;) {
                 const uint32_t n = std::min(width - i, BitColumns::mostBits);
                 const unsigned phase = source.phase(i);
                 const uint8_t* row = source.at(i, lines.start);
-                kernels().bitBlocks->andRows(row, source.lineStep(), lines.length, together,
-                                             (size_t{phase} + n + 7) / 8);
+                blocks.andRows(row, source.lineStep(), lines.length, together, (size_t{phase} + n + 7) / 8);
                 open = runs.scan(together, phase, n, paint);
                 i += n;
             }
             if (open)
                 runs.finish(paint);
+            mapper.painter().finish();
             return destination.width();
         },
         replicateLines(destination));
@@ -142,6 +214,7 @@ void reduceByRuns(const AreaView& source, const AreaView& destination, ProgressC
 void widenByRuns(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
     PickedLine<RepeatedBlockWalker> line(source, destination);
+    const BitBlockKernels& blocks = *kernels().bitBlocks;
     uint8_t together[BitColumns::mostBytes];
     scaleRows(
         source, destination, widthEnlarged, progress,
@@ -150,7 +223,7 @@ void widenByRuns(const AreaView& source, const AreaView& destination, ProgressCa
                 const uint8_t* row = plan.row(lines.start);
                 if (lines.length == 1)
                     return row;
-                kernels().bitBlocks->andRows(row, source.lineStep(), lines.length, together, plan.bytes());
+                blocks.andRows(row, source.lineStep(), lines.length, together, plan.bytes());
                 return together;
             });
         },

@@ -138,21 +138,13 @@ void scaleRowsPlaced(const AreaView& source, const AreaView& destination, PassSh
     }
 }
 
-// Copies the first `width` pixels of line `from` to the same place in line `to`.
-inline void replicateLine(const AreaView& area, uint32_t width, uint32_t from, uint32_t to) noexcept
-{
-    const size_t bits = size_t{width} * area.bits();
-    const unsigned phase = area.phase() * area.bits() % 8;
-    if (bits != 0)
-        kernels().bits->copyBits(area.row(from), phase, area.row(to), phase, bits);
-}
-
 // The fillRun of workers whose lines are replicated.
 inline auto replicateLines(const AreaView& area) noexcept
 {
-    return [&area](Span run, uint32_t, uint32_t width) {
+    return [&area, copyBits = kernels().bits->copyBits](Span run, uint32_t, uint32_t width) {
+        const unsigned phase = area.phase() * area.bits() % 8;
         for (uint32_t t = 1; t < run.length; ++t)
-            replicateLine(area, width, run.start, run.start + t);
+            copyBits(area.row(run.start), phase, area.row(run.start + t), phase, size_t{width} * area.bits());
     };
 }
 
