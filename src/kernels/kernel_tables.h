@@ -13,5 +13,6 @@ extern const BitBlockKernels bitBlockKernels;
 extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
+extern const ResampleKernels resampleKernels;
 
 } // namespace lx::LX_LEVEL

@@ -9,6 +9,7 @@
 #include "kernels/bits.h"
 #include "kernels/diffusion.h"
 #include "kernels/pixels.h"
+#include "kernels/resample.h"
 #include "kernels/window.h"
 
 #include <cstddef>
@@ -23,6 +24,7 @@ struct Kernels {
     const PixelKernels* pixels;
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
+    const ResampleKernels* resample;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.

@@ -100,6 +100,11 @@ void scaleRows(const AreaView& source, const AreaView& destination, PassShares s
     }
 }
 
+inline void seedDraws() noexcept
+{
+    std::srand(static_cast<unsigned>(std::time(nullptr)));
+}
+
 inline uint32_t drawIf(bool wanted) noexcept
 {
     return wanted ? static_cast<uint32_t>(std::rand()) : 0;
@@ -111,7 +116,7 @@ template <class MakeLine, class FillRun>
 void scaleRowsPlaced(const AreaView& source, const AreaView& destination, PassShares shares, ProgressCallback callback,
                      MakeLine makeLine, FillRun fillRun)
 {
-    std::srand(static_cast<unsigned>(std::time(nullptr)));
+    seedDraws();
     const bool drawsColumns =
         source.width() > destination.width() && PlacedBlockWalker(source.width(), destination.width()).period() != 0;
     if (source.height() <= destination.height()) {
