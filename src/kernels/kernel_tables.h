@@ -9,11 +9,13 @@ namespace lx::LX_LEVEL
 {
 
 extern const BitKernels bitKernels;
+extern const BitBlockKernels bitBlockKernels;
 extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
 extern const ReverseKernels reverseKernels;
 extern const TransposeKernels transposeKernels;
 extern const RunKernels runKernels;
+extern const ResampleKernels resampleKernels;
 
 } // namespace lx::LX_LEVEL

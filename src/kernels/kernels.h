@@ -5,12 +5,14 @@
 
 #pragma once
 
+#include "kernels/bit_blocks.h"
 #include "kernels/bits.h"
 #include "kernels/diffusion.h"
 #include "kernels/pixels.h"
 #include "kernels/reverse.h"
 #include "kernels/runs.h"
 #include "kernels/transpose.h"
+#include "kernels/resample.h"
 #include "kernels/window.h"
 
 #include <cstddef>
@@ -21,12 +23,14 @@ namespace lx
 struct Kernels {
     const char* level; // "portable", "v3" or "v4"
     const BitKernels* bits;
+    const BitBlockKernels* bitBlocks;
     const PixelKernels* pixels;
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
     const ReverseKernels* reverse;
     const TransposeKernels* transpose;
     const RunKernels* runs;
+    const ResampleKernels* resample;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.

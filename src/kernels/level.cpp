@@ -14,6 +14,8 @@ extern const Kernels kernelTable;
 constexpr Kernels kernelTable = {
     LX_NAME(LX_LEVEL), &bitKernels,     &pixelKernels,     &diffusionKernels,
     &windowKernels,    &reverseKernels, &transposeKernels, &runKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,    &bitBlockKernels, &pixelKernels,
+    &diffusionKernels, &windowKernels, &resampleKernels,
 };
 
 } // namespace lx::LX_LEVEL

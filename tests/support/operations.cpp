@@ -12,6 +12,7 @@ constexpr void (*adders[])(Operations&) = {
     addGrayOperations,
     addBilevelOperations,
     addRotationOperations,
+    addBilevelScaling,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

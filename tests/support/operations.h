@@ -102,5 +102,6 @@ ColorPalette paletteOf(uint16_t type);
 void addGrayOperations(Operations& operations);
 void addBilevelOperations(Operations& operations);
 void addRotationOperations(Operations& operations);
+void addBilevelScaling(Operations& operations);
 
 } // namespace lxtest
