@@ -59,9 +59,6 @@ class AreaView
         return buffer_ + line * pitch_ + (packed() ? pixel / (8 / bits_) : pixel * (bits_ / 8));
     }
 
-    // Bytes from a line to the next one.
-    ptrdiff_t lineStep() const { return static_cast<int32_t>(step_) * static_cast<ptrdiff_t>(pitch_); }
-
     uint8_t* row(uint32_t j) const { return at(0, j); }
 
     // Bytes from a line to the next one.

@@ -12,10 +12,16 @@ namespace lx::LX_LEVEL
 
 extern const Kernels kernelTable;
 constexpr Kernels kernelTable = {
-    LX_NAME(LX_LEVEL), &bitKernels,     &pixelKernels,     &diffusionKernels,
-    &windowKernels,    &reverseKernels, &transposeKernels, &runKernels,
-    LX_NAME(LX_LEVEL), &bitKernels,    &bitBlockKernels, &pixelKernels,
-    &diffusionKernels, &windowKernels, &resampleKernels,
+    .level = LX_NAME(LX_LEVEL),
+    .bits = &bitKernels,
+    .bitBlocks = &bitBlockKernels,
+    .pixels = &pixelKernels,
+    .diffusion = &diffusionKernels,
+    .window = &windowKernels,
+    .reverse = &reverseKernels,
+    .transpose = &transposeKernels,
+    .runs = &runKernels,
+    .resample = &resampleKernels,
 };
 
 } // namespace lx::LX_LEVEL
