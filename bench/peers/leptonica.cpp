@@ -155,6 +155,8 @@ void addRotationPeers(Operations& operations)
                                                            L_BRING_IN_WHITE);
                                 }),
                        Job::Rougher);
+}
+
 Pix* sampled(Pix* source, double dpi)
 {
     const auto factor = l_float32(dpi / 300);
