@@ -9,8 +9,7 @@ namespace
 {
 
 constexpr void (*adders[])(Operations&) = {
-    addGrayOperations,
-    addBilevelOperations,
+    addGrayOperations, addBilevelOperations, addFullColorOperations, addResolutionOperations, addThumbnailOperations,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)
