@@ -21,40 +21,40 @@ namespace
 // This is deliberate.
 constexpr PassShares reducedRuns = {0, 25};
 
-// Bits 64 k to 64 k + 63 of a row of `bytes` bytes, ones after its end.
-uint64_t wordOf(const uint8_t* row, size_t bytes, size_t k)
+constexpr size_t padding = 7; // bytes that may be read after the end of a row
+
+uint64_t wordAt(const uint8_t* bytes)
 {
-    uint64_t word = ~uint64_t{0};
-    const uint8_t* from = row + 8 * k;
-    const size_t n = std::min<size_t>(bytes - 8 * k, 8);
-    for (size_t b = 0; b < n; ++b)
-        word ^= static_cast<uint64_t>(from[b] ^ 0xFF) << (56 - 8 * b);
-    return word;
+    uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
 }
 
 // The black runs of a line, found part by part. Calls run(begin, end) for each as soon as it has ended.
 class BlackRuns
 {
   public:
-    // Looks at n pixels, which follow those of the last call. The first of them is at place `phase` of the row.
-    // Stops when `run` returns false.
+    // Looks at n pixels, which follow those of the last call. The first of them is at place `phase` of the row, after
+    // which there are `padding` bytes. Stops when `run` returns false.
     template <class Run>
     bool scan(const uint8_t* row, unsigned phase, uint32_t n, Run run) noexcept
     {
         const size_t end = size_t{phase} + n;
-        const size_t bytes = (end + 7) / 8;
-        for (size_t k = 0; k < (bytes + 7) / 8; ++k) {
-            uint64_t word = wordOf(row, bytes, k);
-            const uint64_t before = k == 0 ? ~(~uint64_t{0} >> phase) : 0;
-            word = black_ ? word & ~before : word | before;
-            const size_t left = end - 64 * k;
-            const uint64_t after = left < 64 ? ~uint64_t{0} >> left : 0;
-            word = (word & 1ULL << (64 - std::min<size_t>(left, 64))) != 0 ? word | after : word & ~after;
+        for (size_t at = 0; at < end; at += 64) {
+            const uint64_t word = wordAt(row + at / 8);
             const uint64_t carried = black_ ? 0 : uint64_t{1} << 63;
-            for (uint64_t changes = word ^ (word >> 1 | carried); changes != 0;) {
+            uint64_t changes = word ^ (word >> 1 | carried);
+            if (at == 0 && phase != 0) {
+                // What stands before the first pixel counts as the colour before it.
+                const uint64_t first = uint64_t{1} << 63 >> phase;
+                changes = (changes & (first - 1)) | (((word & first) != 0) == black_ ? first : 0);
+            }
+            if (end - at < 64)
+                changes &= ~(~uint64_t{0} >> (end - at));
+            while (changes != 0) {
                 const auto place = static_cast<unsigned>(std::countl_zero(changes));
                 changes ^= uint64_t{1} << 63 >> place;
-                const auto pixel = static_cast<uint32_t>(position_ + 64 * k + place - phase);
+                const auto pixel = static_cast<uint32_t>(position_ + at + place - phase);
                 black_ = !black_;
                 if (black_)
                     begin_ = pixel;
@@ -186,7 +186,7 @@ void reduceByRuns(const AreaView& source, const AreaView& destination, ProgressC
     RunMapper mapper(source, destination);
     const uint32_t width = source.width();
     const BitBlockKernels& blocks = *kernels().bitBlocks;
-    uint8_t together[BitColumns::mostBytes];
+    uint8_t together[BitColumns::mostBytes + padding] = {};
     scaleRows(
         source, destination, reducedRuns, progress,
         [&](uint32_t j, Span lines) {

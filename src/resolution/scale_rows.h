@@ -138,13 +138,20 @@ void scaleRowsPlaced(const AreaView& source, const AreaView& destination, PassSh
     }
 }
 
+// Copies the first `width` pixels of line `from` to the same place in line `to`.
+inline void replicateLine(const AreaView& area, uint32_t width, uint32_t from, uint32_t to,
+                          const BitKernels& bitKernels = *kernels().bits) noexcept
+{
+    const unsigned phase = area.phase() * area.bits() % 8;
+    bitKernels.copyBits(area.row(from), phase, area.row(to), phase, size_t{width} * area.bits());
+}
+
 // The fillRun of workers whose lines are replicated.
 inline auto replicateLines(const AreaView& area) noexcept
 {
-    return [&area, copyBits = kernels().bits->copyBits](Span run, uint32_t, uint32_t width) {
-        const unsigned phase = area.phase() * area.bits() % 8;
+    return [&area, &bitKernels = *kernels().bits](Span run, uint32_t, uint32_t width) {
         for (uint32_t t = 1; t < run.length; ++t)
-            copyBits(area.row(run.start), phase, area.row(run.start + t), phase, size_t{width} * area.bits());
+            replicateLine(area, width, run.start, run.start + t, bitKernels);
     };
 }
 

@@ -70,46 +70,16 @@ void addResolutionOperations(Operations& operations)
                           .takes = sameType,
                           .fit = fitSizes,
                           .keepsColorOrder = true,
-                          .ownProgress = true,
-                          .readsBeyondOverlap = true});
+                          .ownProgress = true});
     operations.push_back(
-        {.name = "ResolutionConvertDrawing",
-         .sourceTypes = {IMAGE_TYPE_BW, IMAGE_TYPE_8RGB},
-         .destinationTypes = {IMAGE_TYPE_BW, IMAGE_TYPE_8RGB},
+        {.name = "Scale8ColorByDiffusion",
+         .sourceTypes = {IMAGE_TYPE_8RGB},
+         .destinationTypes = {IMAGE_TYPE_8RGB},
          .run = [](Call& call) { return lxResolutionConvert(1, call.source, call.destination, call.progress); },
-         .takes = sameType,
          .fit = fitSizes,
          .draws = true,
          .ownProgress = true,
-         .readsBeyondOverlap = true,
          .takesOtherTypes = true});
-    operations.push_back(
-        {.name = "BlackPriority",
-         .sourceTypes = {IMAGE_TYPE_BW},
-         .destinationTypes = {IMAGE_TYPE_BW},
-         .run = [](Call& call) { return lxResolutionConvert(5, call.source, call.destination, call.progress); },
-         .fit =
-             [](Size& source, Size& destination, Random& random) {
-                 source = {source.width + 2, source.height + 2};
-                 destination = {random.between(1, source.width - 1), random.between(1, source.height - 1)};
-             },
-         .ownProgress = true,
-         .readsBeyondOverlap = true,
-         .takesOtherTypes = true});
-    operations.push_back({.name = "ResolutionConvertToGrayscaleFromBW",
-                          .sourceTypes = {IMAGE_TYPE_BW},
-                          .destinationTypes = {IMAGE_TYPE_256GRAY},
-                          .run =
-                              [](Call& call) {
-                                  ColorPalette palette = paletteOf(IMAGE_TYPE_BW);
-                                  call.random.fill(palette.entries[0], 6);
-                                  return lxResolutionAndImageTypeConvertToGrayscaleFromBW(
-                                      call.random.between(1, 4), &palette, call.source, call.destination,
-                                      call.progress);
-                              },
-                          .fit = fitSizes,
-                          .ownProgress = true,
-                          .readsBeyondOverlap = true});
 }
 
 } // namespace lxtest

@@ -47,7 +47,6 @@ void addThumbnailOperations(Operations& operations)
                               },
                           .keepsColorOrder = true,
                           .ownProgress = true,
-                          .readsBeyondOverlap = true,
                           .takesOtherTypes = true});
 }
 

@@ -9,7 +9,12 @@ namespace
 {
 
 constexpr void (*adders[])(Operations&) = {
-    addGrayOperations, addBilevelOperations, addFullColorOperations, addResolutionOperations, addThumbnailOperations,
+    addGrayOperations,
+    addBilevelOperations,
+    addFullColorOperations,
+    addBilevelScaling,
+    addResolutionOperations,
+    addThumbnailOperations,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

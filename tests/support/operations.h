@@ -105,6 +105,7 @@ ColorPalette paletteOf(uint16_t type);
 void addGrayOperations(Operations& operations);
 void addBilevelOperations(Operations& operations);
 void addFullColorOperations(Operations& operations);
+void addBilevelScaling(Operations& operations);
 void addResolutionOperations(Operations& operations);
 void addThumbnailOperations(Operations& operations);
 
