@@ -420,7 +420,8 @@ LX_API int8_t lxImageTypeConvertTo16MRGBFrom8RGB(uint16_t windowSize, const Imag
  *   - S <= D: runs of q = D / S or q + 1 destination pixels, one for each source pixel, by the same accumulator with f
  *     the fraction of D / S, cut at q S + trunc(f S + 0.5).
  *
- *  The blocks or runs may end a little short of the destination: its last pixels then keep their values.
+ *  The blocks or runs may end a little short of the destination: its last pixels then keep their values. Full-colour
+ *  components keep their stored order: `colorOrder` is not looked at.
  *
  *  | type, method       | 0    | 1         | 2         | 5         | any other |
  *  |--------------------|------|-----------|-----------|-----------|-----------|

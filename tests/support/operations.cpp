@@ -12,7 +12,10 @@ constexpr void (*adders[])(Operations&) = {
     addGrayOperations,
     addBilevelOperations,
     addRotationOperations,
+    addFullColorOperations,
     addBilevelScaling,
+    addResolutionOperations,
+    addThumbnailOperations,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)
