@@ -28,7 +28,8 @@ class WindowWalk
   public:
     WindowWalk(const AreaView& source, const AreaView& destination) noexcept
         : source_(source), destination_(destination), overlap_(source, destination),
-          inPlace_(source.row(0) == destination.row(0) && source.row(1) == destination.row(1)),
+          inPlace_(source.row(0) == destination.row(0) &&
+                   (overlap_.height <= 1 || source.row(1) == destination.row(1))),
           swaps_(bytes == 3 && source.blueFirst() != destination.blueFirst())
     {
     }
