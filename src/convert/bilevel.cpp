@@ -34,28 +34,30 @@ uint8_t isBright(const uint8_t* entry)
     return (entry[2] * redBlue + entry[1] * green) + entry[0] * redBlue >= 192.0 ? 1 : 0;
 }
 
-// Diffuses lines from `j` on in wavefronts, as long as a line is left after them: the last line goes through the work
-// row, which the caller may look at.
+// Diffuses lines in wavefronts as long as a line is left after them: the last line goes through the work row, which the
+// caller may look at. Returns the number of lines done.
 uint32_t diffuseInWavefronts(const ErrorDiffusionKernel& kernel, double* carry, const AreaView& source,
                              const AreaView& destination, const Overlap& overlap, Progress& progress)
 {
-    const DiffusionKernels& wavefront = *kernels().diffusion;
-    if (wavefront.lines == 0 || overlap.width == 0 || !isFinite(kernel))
+    if (overlap.width == 0 || !isFinite(kernel))
         return 0;
+    DiffusionLines lines;
+    lines.phase = destination.phase();
+    lines.carry = carry;
+    lines.width = overlap.width;
+    lines.kernel = kernel;
     uint32_t j = 0;
-    for (; overlap.height - j > wavefront.lines; j += wavefront.lines) {
-        DiffusionLines lines;
-        lines.phase = destination.phase();
-        lines.carry = carry;
-        lines.width = overlap.width;
-        lines.kernel = kernel;
-        for (uint32_t k = 0; k < wavefront.lines; ++k) {
+    while (overlap.height - j > 1) {
+        lines.count = std::min(overlap.height - j - 1, DiffusionLines::most);
+        for (uint32_t k = 0; k < lines.count; ++k) {
             lines.source[k] = source.row(j + k);
             lines.destination[k] = destination.row(j + k);
         }
-        wavefront.diffuse(lines);
-        for (uint32_t k = 0; k < wavefront.lines; ++k)
-            progress.lineDone(j + k, overlap.height);
+        const unsigned taken = kernels().diffusion->diffuseGray(lines);
+        if (taken == 0)
+            break;
+        for (uint32_t k = 0; k < taken; ++k)
+            progress.lineDone(j++, overlap.height);
     }
     return j;
 }

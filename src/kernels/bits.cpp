@@ -123,8 +123,46 @@ void packNibbles(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destina
         destination[k] = static_cast<uint8_t>(source[2 * k] << 4 | (source[2 * k + 1] & 15));
 }
 
+// The n <= 8 bits from place `phase` on, as the highest bits of a byte; no byte without such a bit is read.
+unsigned fewBits(const uint8_t* source, unsigned phase, unsigned n)
+{
+    const unsigned second = phase + n > 8 ? source[1] : 0U;
+    return (source[0] << 8 | second) << phase >> 8 & 0xFF;
+}
+
+void mergeByte(uint8_t* destination, unsigned fresh, unsigned owned)
+{
+    *destination = static_cast<uint8_t>((*destination & ~owned) | (fresh & owned));
+}
+
+void copyBits(const uint8_t* LX_RESTRICT source, unsigned sourcePhase, uint8_t* LX_RESTRICT destination,
+              unsigned destinationPhase, size_t bits)
+{
+    if (destinationPhase != 0 && bits != 0) {
+        const unsigned room = 8 - destinationPhase;
+        const unsigned n = bits < room ? static_cast<unsigned>(bits) : room;
+        const unsigned owned = (0xFF00U >> n & 0xFF) >> destinationPhase;
+        mergeByte(destination, fewBits(source, sourcePhase, n) >> destinationPhase, owned);
+        ++destination;
+        bits -= n;
+        source += (sourcePhase + n) / 8;
+        sourcePhase = (sourcePhase + n) % 8;
+    }
+    const size_t bytes = bits / 8;
+    if (sourcePhase == 0) {
+        std::memcpy(destination, source, bytes);
+    } else {
+        for (size_t k = 0; k < bytes; ++k) {
+            const auto pair = static_cast<uint16_t>(source[k] << 8 | source[k + 1]);
+            destination[k] = static_cast<uint8_t>(pair >> (8 - sourcePhase));
+        }
+    }
+    if (const auto n = static_cast<unsigned>(bits % 8); n != 0)
+        mergeByte(destination + bytes, fewBits(source + bytes, sourcePhase, n), 0xFF00U >> n & 0xFF);
+}
+
 } // namespace
 
-constexpr BitKernels bitKernels = {unpackBits, packBits, unpackNibbles, packNibbles};
+constexpr BitKernels bitKernels = {unpackBits, packBits, unpackNibbles, packNibbles, copyBits};
 
 } // namespace lx::LX_LEVEL

@@ -20,6 +20,12 @@ struct BitKernels {
 
     // destination[k] = (source[2 k] & 15) << 4 | (source[2 k + 1] & 15), for k < bytes.
     void (*packNibbles)(const uint8_t* source, uint8_t* destination, size_t bytes);
+
+    // Copies `bits` bits from place sourcePhase of source[0] on to place destinationPhase of destination[0] on, place 0
+    // being the highest bit of a byte and both phases 0 to 7. The other bits of the first and last byte keep their
+    // values. Nibbles are copied as four bits each.
+    void (*copyBits)(const uint8_t* source, unsigned sourcePhase, uint8_t* destination, unsigned destinationPhase,
+                     size_t bits);
 };
 
 } // namespace lx

@@ -10,25 +10,28 @@
 namespace lx
 {
 
-// Lines that follow one another, ready to be diffused with one kernel.
+// Lines that follow one another, to be diffused with one kernel.
 struct DiffusionLines {
     static constexpr unsigned most = 16;
 
     const uint8_t* source[most]; // first pixel of each line
     uint8_t* destination[most];  // the byte that holds the first pixel of each line
-    unsigned phase;              // place of the first pixel within its destination byte: 0 to 7
-    double* carry;               // carried error of the first pixel; entries -1 and `width` are guards
+    unsigned count;              // lines, at most `most`
+    unsigned phase;              // place of the first pixel within its destination byte
+    double* carry;               // carried error of the first pixel; there is an entry before it and one after the last
     size_t width;                // pixels, at least 1
     ErrorDiffusionKernel kernel; // finite weights
 };
 
 struct DiffusionKernels {
-    // Lines that `diffuse` takes at a time; 0 if it has no wavefront at this level.
-    unsigned lines;
+    // One channel to bits: bit 1 where the pixel with the errors it has received is at least 128. Takes as many of the
+    // lines as it has a wavefront for, and returns how many: 0 if there are too few. The carry row is left as it is
+    // after the last line taken, but for the sign of zeros.
+    unsigned (*diffuseGray)(const DiffusionLines& lines);
 
-    // Bit i of each destination line = 1 where the diffused source is at least 128. The carry row is left as it is
-    // after the last line, but for the sign of zeros.
-    void (*diffuse)(const DiffusionLines& lines);
+    // Three channels to nibbles: the same for every channel, groups of three in source and carry row. Source byte 0
+    // decides bit 0 and source byte 2 bit 2, or the other way round if blueFirst; bit 3 is 0.
+    unsigned (*diffuseColor)(const DiffusionLines& lines, bool blueFirst);
 };
 
 } // namespace lx
