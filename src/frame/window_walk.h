@@ -19,7 +19,23 @@ struct WindowRows {
     const uint8_t* upper;
     const uint8_t* centre;
     const uint8_t* lower;
+
+    WindowRows at(size_t bytes) const { return {upper + bytes, centre + bytes, lower + bytes}; }
 };
+
+// Line j and its neighbours, at its first byte. Beyond the work rectangle they are line j itself.
+inline WindowRows rowsAround(const AreaView& area, uint32_t height, uint32_t j)
+{
+    const uint8_t* centre = area.row(j);
+    return {j == 0 ? centre : area.row(j - 1), centre, j + 1 == height ? centre : area.row(j + 1)};
+}
+
+// Whether pixel (i, j) of one area is pixel (i, j) of the other, over all of their overlap.
+inline bool arePixelsShared(const AreaView& a, const AreaView& b)
+{
+    return a.row(0) == b.row(0) && a.phase() == b.phase() &&
+           (std::min(a.height(), b.height()) <= 1 || a.row(1) == b.row(1));
+}
 
 // `bytes` is the size of a pixel in both areas: 1 or 3.
 template <unsigned bytes>
@@ -28,13 +44,13 @@ class WindowWalk
   public:
     WindowWalk(const AreaView& source, const AreaView& destination) noexcept
         : source_(source), destination_(destination), overlap_(source, destination),
-          inPlace_(source.row(0) == destination.row(0) &&
-                   (overlap_.height <= 1 || source.row(1) == destination.row(1))),
+          inPlace_(arePixelsShared(source, destination)),
           swaps_(bytes == 3 && source.blueFirst() != destination.blueFirst())
     {
     }
 
     uint32_t height() const { return overlap_.height; }
+    bool inPlace() const { return inPlace_; }
 
     // Calls `window(rows, out, i, n)` for runs of the line, in no order: `rows` is the neighbourhood of pixel i, and
     // the results for n <= chunkPixels pixels go to `out`, which shares no byte with the rows. Components are in the
@@ -45,7 +61,7 @@ class WindowWalk
         const uint32_t width = overlap_.width;
         if (width == 0)
             return;
-        const WindowRows rows = rowsAround(j);
+        const WindowRows rows = rowsAround(source_, overlap_.height, j);
         uint8_t* out = destination_.row(j);
         uint8_t first[bytes];
         uint8_t last[bytes];
@@ -58,12 +74,6 @@ class WindowWalk
     }
 
   private:
-    WindowRows rowsAround(uint32_t j) const
-    {
-        const uint8_t* centre = source_.row(j);
-        return {j == 0 ? centre : source_.row(j - 1), centre, j + 1 == overlap_.height ? centre : source_.row(j + 1)};
-    }
-
     template <class Window>
     void edge(const WindowRows& rows, uint32_t i, uint8_t* result, Window window)
     {
@@ -91,7 +101,7 @@ class WindowWalk
             std::memcpy(centre_, rows.centre, bytes);
         walkChunks(overlap_.width - 2, chunkPixels, [&](uint32_t k, uint32_t n) {
             const size_t at = size_t{k + 1} * bytes;
-            WindowRows run = {rows.upper + at, rows.centre + at, rows.lower + at};
+            WindowRows run = rows.at(at);
             if (inPlace_)
                 run = fromCopy(rows, run, n);
             if (swaps_) {

@@ -12,5 +12,6 @@ extern const BitKernels bitKernels;
 extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
+extern const MedianKernels medianKernels;
 
 } // namespace lx::LX_LEVEL

@@ -7,6 +7,7 @@
 
 #include "kernels/bits.h"
 #include "kernels/diffusion.h"
+#include "kernels/median.h"
 #include "kernels/pixels.h"
 #include "kernels/window.h"
 
@@ -21,6 +22,7 @@ struct Kernels {
     const PixelKernels* pixels;
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
+    const MedianKernels* median;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.
