@@ -322,6 +322,25 @@ LX_API int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageAre
                                      ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
+/* Slant                                                                                                            */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+LX_API int8_t lxCalculateMemorySizeForDetectionSlantAngle(const ImageArea* source, ImageArea* small, ImageArea* medium,
+                                                          ImageArea* full) LX_NOEXCEPT;
+
+LX_API int8_t lxDetectionSlantAngle(double* angle, const ImageArea* source, const ColorPalette* palette,
+                                    ImageArea* small, ImageArea* medium, ImageArea* full,
+                                    ProgressCallback progress) LX_NOEXCEPT;
+
+LX_API int8_t lxDetectionSlantAngleForDebug(double* angle, const ImageArea* source, const ColorPalette* palette,
+                                            ImageArea* small, ImageArea* medium, ImageArea* full,
+                                            uint32_t* bandFirstColumn, uint32_t* bandLastColumn, uint32_t* bandFirstRow,
+                                            uint32_t* bandLastRow, uint32_t* edgeStartAColumn, uint32_t* edgeStartARow,
+                                            uint32_t* edgeStartBColumn, uint32_t* edgeStartBRow,
+                                            uint32_t* edgeEndAColumn, uint32_t* edgeEndARow, uint32_t* edgeEndBColumn,
+                                            uint32_t* edgeEndBRow, ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Correction                                                                                                       */
 /* ---------------------------------------------------------------------------------------------------------------- */
 
