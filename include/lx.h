@@ -9,7 +9,7 @@
  *  - Sizes: an operation with two areas works on the overlap, min(width) by min(height) pixels. Source pixel (i, j) of
  *    its area lands on destination pixel (i, j) of its area, line 0 being the top of the picture in both, whatever
  *    order the lines are stored in. A clipped height of 0 returns IMAGE_STATUS_OK at once. A clipped width of 0 writes
- *    nothing, but progress is reported.
+ *    nothing, but progress is reported. Only changes of size are different: see there.
  *  - Trust: `type` fields and method parameters are checked before anything is written. Addresses, rectangles,
  *    pitches and buffer sizes are trusted: an area must lie inside its buffer, and no address may be null but the
  *    callback's.
@@ -320,6 +320,48 @@ LX_API int8_t lxImageTypeConvertToBWEDHalftone(uint16_t randomKernel, uint16_t k
  *                      above 6. */
 LX_API int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageArea* source, const ImageArea* destination,
                                      ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Change of size                                                                                                   */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Bilevel to 256 gray with a change of size: a strongly reduced page keeps the density of its strokes as shades of
+ * gray.
+ *
+ *  Blocks and runs of source pixels are shared out as follows. The two axes are independent; S and D are the sizes of
+ * the source and the destination area along one of them.
+ *
+ *   - S > D: blocks of q = S / D or q + 1 pixels, one for each destination pixel, the last one cut at S. With f the
+ *     fraction of S / D, an accumulator in single precision starts at 0; where it has reached 1, the block has q + 1
+ *     pixels and the accumulator loses 1; after each block it grows by f.
+ *   - S <= D: runs of q = D / S or q + 1 destination pixels, one for each source pixel, by the same accumulator with f
+ *     the fraction of D / S, cut at q S + trunc(f S + 0.5).
+ *
+ *  The blocks or runs may end a little short of the destination: its last pixels then keep their values.
+ *
+ *  A block of h x w pixels becomes their mean. Where h and w are below 5, the sum of the levels is divided by h w and
+ *  truncated; larger blocks add up the levels, each divided by h w in single precision, column by column in double
+ *  precision, and round to nearest. Small blocks truncate and large ones round on purpose. On an enlarged axis blocks
+ * are one pixel thick, and the level of each is repeated over its run.
+ *
+ *  Selector 3 smooths the result: every level is weighted with its two neighbours along the line by 1 : 6 : 1 and
+ * rounded to nearest, then the same along the column, pixels at the border counting twice. White and black areas stay
+ * as they are, and the mean level of the page stays that of the blocks.
+ *
+ *  Progress: where the height shrinks, by the rule of ProgressCallback with the destination's lines; else
+ *  trunc(n / N * 25 + 0.5) after each source line, n of the N destination lines in reach being covered, and then again
+ *  from the first run on, 25 higher, as the runs are filled: a full pass ends at 50.
+ *
+ *  @param selector     3: smoothed; any other value: means of blocks.
+ *  @param palette      Entries 0 and 1 are black's and white's colours; each stands for the rounded mean of its
+ * components.
+ *  @param source       IMAGE_TYPE_BW.
+ *  @param destination  IMAGE_TYPE_256GRAY, of the size wanted.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a width or height of 0. */
+LX_API int8_t lxResolutionAndImageTypeConvertToGrayscaleFromBW(uint32_t selector, const ColorPalette* palette,
+                                                               const ImageArea* source, const ImageArea* destination,
+                                                               ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
 /* Slant                                                                                                            */

@@ -1,6 +1,7 @@
 // Conversion to gray: each operation is a point operation on canonical rows, or the shading of window counts.
 
 #include "convert/window_count.h"
+#include "frame/gray_of_entry.h"
 #include "frame/line_walk.h"
 
 namespace lx
@@ -8,14 +9,6 @@ namespace lx
 
 namespace
 {
-
-// floor(mean of the components + 0.5), at most 255, by thirds in single precision.
-uint8_t grayOfEntry(const uint8_t* entry)
-{
-    constexpr double third = 0.33333334F;
-    const double gray = (entry[0] * third + entry[2] * third) + entry[1] * third + 0.5;
-    return static_cast<uint8_t>(std::min(static_cast<int>(gray), 255));
-}
 
 // The gray of every index; 0 where the palette has no entry.
 struct GrayTable {

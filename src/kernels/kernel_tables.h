@@ -9,6 +9,7 @@ namespace lx::LX_LEVEL
 {
 
 extern const BitKernels bitKernels;
+extern const BitBlockKernels bitBlockKernels;
 extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;

@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include "kernels/bit_blocks.h"
 #include "kernels/bits.h"
 #include "kernels/diffusion.h"
 #include "kernels/median.h"
@@ -19,6 +20,7 @@ namespace lx
 struct Kernels {
     const char* level; // "portable", "v3" or "v4"
     const BitKernels* bits;
+    const BitBlockKernels* bitBlocks;
     const PixelKernels* pixels;
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
