@@ -2,7 +2,7 @@
 //
 // A walk goes through the lines of the band, from its first or its last one, and looks in each for the first dark
 // place. As long as the places come nearer to a corner, the walk follows an edge; where they turn back, the edge has
-// ended.
+// ended. Two walks give two points; they count only if the band has a straight border all along the line through them.
 
 #include "geometry/slant_analysis.h"
 
@@ -49,21 +49,20 @@ class EdgeWalks
 
     Edge find() const
     {
-        const uint32_t sixth = (band_.lastPlace - band_.firstPlace + 1) / 6;
         Edge edge;
         edge.start = walk(true, true);
         if (edge.start.line != side_.from) {
             edge.end = walk(true, false);
-            if (edge.end.place - band_.firstPlace < sixth)
+            if (edge.end.place - band_.firstPlace < sixth())
                 edge.end = walk(false, false);
         } else {
             // The band falls the other way: the mirror image of the walks above.
             edge.end = walk(false, false);
             edge.start = walk(false, true);
-            if (band_.lastPlace - edge.start.place < sixth)
+            if (band_.lastPlace - edge.start.place < sixth())
                 edge.start = walk(true, true);
         }
-        return edge;
+        return isEdge(edge) ? edge : Edge{};
     }
 
   private:
@@ -95,13 +94,60 @@ class EdgeWalks
     {
         if (line + 1 >= image_.lines())
             return false;
-        const uint32_t end = std::min(band_.lastPlace, image_.places() - 1);
+        const uint32_t end = lastPlace();
         for (uint32_t k = 0; k <= end - band_.firstPlace; ++k) {
             place = lookFromFirst ? band_.firstPlace + k : end - k;
             if (image_.isDark(place, line) && image_.isDark(place, line + 1))
                 return true;
         }
         return false;
+    }
+
+    uint32_t lastPlace() const { return std::min(band_.lastPlace, image_.places() - 1); }
+
+    uint32_t sixth() const { return (band_.lastPlace - band_.firstPlace + 1) / 6; }
+
+    // Whether the points can be trusted to lie on one straight edge of the band.
+    bool isEdge(const Edge& edge) const
+    {
+        return edge.start.place < edge.end.place && edge.end.place - edge.start.place >= sixth() && !isNoise(edge) &&
+               isBorder(edge, edge.start.place, edge.end.place) && isBorder(edge, band_.firstPlace, lastPlace());
+    }
+
+    // Dots on a level edge can lift all that follows by a line, seldom by two. Such a step is taken for a slope only if
+    // the points are so far apart that the angle is small, or that no step has them there.
+    bool isNoise(const Edge& edge) const
+    {
+        constexpr double tenthOfDegree = 573.0; // places over which an edge of that slant rises by one line
+        const double rise = difference(edge.start.line, edge.end.line);
+        const double along = difference(edge.start.place, edge.end.place);
+        if (rise == 1.0)
+            return along < tenthOfDegree;
+        return rise == 2.0 && along < difference(band_.firstPlace, band_.lastPlace) / 2.0;
+    }
+
+    // Whether the band begins along the line through the two points, from one place to another: dark on the inside and
+    // white outside, with little exception. Rows of letters fail here.
+    bool isBorder(const Edge& edge, uint32_t from, uint32_t to) const
+    {
+        constexpr uint32_t inside = 2;
+        constexpr uint32_t outside = 3;
+        constexpr double share = 0.85;
+        const double slope = (static_cast<double>(edge.end.line) - edge.start.line) /
+                             (static_cast<double>(edge.end.place) - edge.start.place);
+        uint32_t borders = 0;
+        for (uint32_t place = from; place <= to; ++place) {
+            const double distance = static_cast<double>(place) - edge.start.place;
+            const auto line = static_cast<uint32_t>(std::llround(edge.start.line + slope * distance));
+            borders += isDark(place, line + inside * side_.step) && !isDark(place, line - outside * side_.step) ? 1 : 0;
+        }
+        return borders >= share * (static_cast<double>(to) - from + 1);
+    }
+
+    // Beyond the image all is white.
+    bool isDark(uint32_t place, uint32_t line) const
+    {
+        return place < image_.places() && line < image_.lines() && image_.isDark(place, line);
     }
 
     const BandImage& image_;
