@@ -32,31 +32,48 @@ void walkChunks(uint32_t width, uint32_t limit, Chunk chunk)
     }
 }
 
-// Point operations whose rule runs on from pixel to pixel: calls `step(source, destination, n)` with the canonical
-// rows of successive chunks of every line, in raster order, and `endLine(j)` after every line. Lines of neither packed
-// area are one chunk.
-template <class Step, class EndLine>
-void mapLines(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step,
-              EndLine endLine)
+// Point operations: calls `step(source, destination, n)` with the canonical rows of successive chunks of every line.
+template <class Step>
+void mapRows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step)
 {
     RowReader reader(source);
     RowWriter writer(destination);
     const Overlap overlap(source, destination);
+    // Rows that are passed through need no chunks.
     const uint32_t limit = source.packed() || destination.packed() ? chunkPixels : overlap.width;
     walkLines(overlap.height, callback, [&](uint32_t j) {
         walkChunks(overlap.width, limit, [&](uint32_t i, uint32_t n) {
             step(reader.read(i, j, n), writer.open(i, j, n), n);
             writer.close();
         });
-        endLine(j);
     });
 }
 
-// Point operations that need to know nothing but the pixels.
-template <class Step>
-void mapRows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step)
+// Point operations from bytes or triples to packed pixels, which they pack themselves: calls
+// `step(source, destination, n)` with the canonical row and the place of the packed row, in raster order, and
+// `endLine()` after every line.
+template <class Step, class EndLine>
+void mapToPacked(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step,
+                 EndLine endLine)
 {
-    mapLines(source, destination, callback, step, [](uint32_t) {});
+    PackedRowWriter writer(destination);
+    const Overlap overlap(source, destination);
+    walkLines(overlap.height, callback, [&](uint32_t j) {
+        for (uint32_t i = 0; i < overlap.width;) {
+            const uint32_t rest = overlap.width - i;
+            const uint32_t n = writer.head(i) != 0 ? std::min(writer.head(i), rest) : rest;
+            step(source.at(i, j), writer.open(i, j, n), n);
+            writer.close();
+            i += n;
+        }
+        endLine();
+    });
+}
+
+template <class Step>
+void mapToPacked(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step)
+{
+    mapToPacked(source, destination, callback, step, [] {});
 }
 
 } // namespace lx
