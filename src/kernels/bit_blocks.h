@@ -27,6 +27,13 @@ struct BitBlockTable {
     uint32_t* starts; // rising, less `phase`; the level's places once the table is gathered
 };
 
+// Thresholds of BitBlockKernels::flag, by the length of a block.
+struct LeastBits {
+    uint8_t inShort;
+    uint8_t inLong;
+    uint8_t inLast;
+};
+
 struct BitBlockKernels {
     // Turns the starts into the level's own places, if it has any: for blocks none of which starts more than
     // gatherLimit after the one before or is longer. Starts must not be looked at afterwards.
@@ -36,7 +43,12 @@ struct BitBlockKernels {
     void (*countInBytes)(const BitBlockTable& table, const uint8_t* row, ptrdiff_t stride, uint32_t lines,
                          uint8_t* counts);
 
-    // counts[i] = set bits of block `first` + i, for i < n; the table must not be gathered.
+    // Bit i of destination = whether block i has at least as many set bits in `lines` rows as `least` says; at most
+    // BitBlockTable::most. The bits up to the next multiple of 64 are written as well.
+    void (*flag)(const BitBlockTable& table, const uint8_t* row, ptrdiff_t stride, uint32_t lines,
+                 const LeastBits& least, uint8_t* destination);
+
+    // counts[i] = set bits of block `first` + i, for i < n; `first` is a multiple of 8. For tables not arranged.
     void (*count)(const BitBlockTable& table, uint32_t first, uint32_t n, const uint8_t* row, ptrdiff_t stride,
                   uint32_t lines, uint64_t* counts);
 

@@ -14,5 +14,6 @@ extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
 extern const MedianKernels medianKernels;
+extern const ResampleKernels resampleKernels;
 
 } // namespace lx::LX_LEVEL

@@ -10,6 +10,7 @@
 #include "kernels/diffusion.h"
 #include "kernels/median.h"
 #include "kernels/pixels.h"
+#include "kernels/resample.h"
 #include "kernels/window.h"
 
 #include <cstddef>
@@ -25,6 +26,7 @@ struct Kernels {
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
     const MedianKernels* median;
+    const ResampleKernels* resample;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.

@@ -12,7 +12,8 @@ namespace lx::LX_LEVEL
 
 extern const Kernels kernelTable;
 constexpr Kernels kernelTable = {
-    LX_NAME(LX_LEVEL), &bitKernels, &bitBlockKernels, &pixelKernels, &diffusionKernels, &windowKernels, &medianKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,    &bitBlockKernels, &pixelKernels,
+    &diffusionKernels, &windowKernels, &medianKernels,   &resampleKernels,
 };
 
 } // namespace lx::LX_LEVEL

@@ -4,7 +4,7 @@
 // its destination pixels an enlarged axis has blocks of one pixel, so that each rule serves every geometric case.
 
 #include "resolution/bit_lines.h"
-#include "resolution/block_levels.h"
+#include "resolution/flag_line.h"
 #include "resolution/scale_rows.h"
 #include "resolution/workers.h"
 
@@ -16,44 +16,22 @@ namespace
 
 // White where every pixel is.
 struct AllWhite {
-    struct Block {
-        uint64_t pixels;
-
-        uint8_t of(uint64_t white) const { return white == pixels ? 1 : 0; }
-    };
-
-    Block of(uint64_t columns, uint64_t lines) const { return {columns * lines}; }
+    static uint64_t least(uint64_t columns, uint64_t lines) { return columns * lines; }
 };
 
 // White where the share of white pixels, on a scale of 255 in single precision, is at least 128: half is black.
 struct MostlyWhite {
-    struct Block {
-        float scale;
-
-        uint8_t of(uint64_t white) const { return scale * static_cast<float>(white) >= 128.0F ? 1 : 0; }
-    };
-
-    Block of(uint64_t columns, uint64_t lines) const { return {255.0F / static_cast<float>(columns * lines)}; }
-};
-
-// Makes lines of blocks from a plan, by a rule whose levels are 0 and 1.
-template <class Rule>
-class FlagLine
-{
-  public:
-    explicit FlagLine(const AreaView& destination) noexcept : levels_(Rule()), writer_(destination) {}
-
-    void make(uint32_t j, const BitColumns& plan, const uint8_t* row, ptrdiff_t stride, uint32_t lines) noexcept
+    static uint64_t least(uint64_t columns, uint64_t lines)
     {
-        levels_.make(plan, row, stride, lines, [&](uint32_t k, const uint8_t* levels, uint32_t n) {
-            std::memcpy(writer_.open(plan.first() + k, j, n), levels, n);
-            writer_.close();
-        });
+        const float scale = 255.0F / static_cast<float>(columns * lines);
+        uint64_t tooFew = 0;
+        uint64_t enough = columns * lines;
+        while (enough - tooFew > 1) {
+            const uint64_t white = tooFew + (enough - tooFew) / 2;
+            (scale * static_cast<float>(white) >= 128.0F ? enough : tooFew) = white;
+        }
+        return enough;
     }
-
-  private:
-    BlockLevels<Rule> levels_;
-    RowWriter writer_;
 };
 
 template <class Columns>
@@ -157,6 +135,7 @@ int8_t ReduceBilevelBlackPriority(const ImageArea* source, const ImageArea* dest
     const AreaView to(*destination);
     PlannedColumns<Blocks, Roomy<BitColumns>> columns(Blocks(source->width, destination->width), from, 1U);
     FlagLine<AllWhite> line(to);
+    const BitBlockKernels& blocks = *kernels().bitBlocks;
     uint8_t together[BitColumns::mostBytes];
     reduceRows(Blocks(source->height, destination->height), destination->height, progress, [&](uint32_t j, Span lines) {
         columns.forEach([&](const BitColumns& plan) {
@@ -165,7 +144,7 @@ int8_t ReduceBilevelBlackPriority(const ImageArea* source, const ImageArea* dest
                 line.make(j, plan, row, from.lineStep(), lines.length);
                 return;
             }
-            kernels().bitBlocks->andRows(row, from.lineStep(), lines.length, together, plan.bytes());
+            blocks.andRows(row, from.lineStep(), lines.length, together, plan.bytes());
             line.make(j, plan, together, 0, 1);
         });
     });

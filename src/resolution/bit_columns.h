@@ -52,7 +52,7 @@ class BitColumns
     uint32_t bytes() const { return table_.bytes; }
     const BitBlockTable& table() const { return table_; }
 
-    // The counts of all blocks fit a byte.
+    // The blocks can be gathered, and their counts fit a byte.
     bool narrow() const { return narrow_; }
 
     // The byte of source line j in which the first block starts.
@@ -62,7 +62,7 @@ class BitColumns
     uint32_t take(Walker& walker, uint32_t first) noexcept
     {
         first_ = first;
-        if (fill(walker) != 0 && narrow_ && walker.longest() <= BitBlockTable::gatherLimit)
+        if (fill(walker) != 0 && narrow_)
             kernels().bitBlocks->arrangeBlocks(table_);
         return table_.count;
     }
@@ -73,7 +73,8 @@ class BitColumns
     {
         table_.length = walker.shortest();
         table_.gathered = false;
-        narrow_ = uint64_t{walker.longest()} * lines_ <= BitBlockTable::most;
+        narrow_ = walker.longest() <= BitBlockTable::gatherLimit &&
+                  uint64_t{walker.longest()} * lines_ <= BitBlockTable::most;
         uint32_t n = 0;
         Span block = {0, 0};
         while (n < limit_ && (n == 0 || uint64_t{block.start} - pixel_ + block.length + walker.longest() <= mostBits) &&

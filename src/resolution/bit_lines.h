@@ -44,12 +44,13 @@ class PickedBits
     void pick(Row row, Put put) noexcept
     {
         columns_.forEach([&](const BitPicks& plan) {
-            kernels().bitBlocks->pick(plan.table(), row(plan), picked_);
+            kernels_.pick(plan.table(), row(plan), picked_);
             put(picked_, plan.first(), plan.count());
         });
     }
 
   private:
+    const BitBlockKernels& kernels_ = *kernels().bitBlocks;
     PlannedColumns<Blocks, Roomy<BitPicks>> columns_;
     alignas(64) uint8_t picked_[Roomy<BitPicks>::limit / 8];
 };
@@ -60,13 +61,18 @@ class PickedLine
 {
   public:
     PickedLine(const AreaView& source, const AreaView& destination) noexcept
-        : picked_(source, destination.width()), destination_(destination)
+        : picked_(source, destination.width()), source_(source), destination_(destination)
     {
     }
 
     // Makes destination line j from source line `line`, and returns how many pixels are reached.
     uint32_t make(uint32_t j, uint32_t line) noexcept
     {
+        if (source_.width() == destination_.width()) {
+            kernels_.copyBits(source_.row(line), source_.phase(), destination_.row(j), destination_.phase(),
+                              source_.width());
+            return source_.width();
+        }
         return makeFrom(j, [line](const BitPicks& plan) { return plan.row(line); });
     }
 
@@ -75,14 +81,16 @@ class PickedLine
     {
         uint32_t reached = 0;
         picked_.pick(row, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
-            kernels().bits->copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
+            kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
             reached += n;
         });
         return reached;
     }
 
   private:
+    const BitKernels& kernels_ = *kernels().bits;
     PickedBits<Blocks> picked_;
+    AreaView source_;
     AreaView destination_;
 };
 

@@ -178,6 +178,8 @@ class RunWalker
         return true;
     }
 
+    // The length of the shorter runs, and the longest that next() may give.
+    uint32_t shortest() const { return shares_.quotient(); }
     uint32_t longest() const { return shares_.quotient() + (shares_.fraction() > 0 ? 1 : 0); }
 
   private:

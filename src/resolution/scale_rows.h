@@ -100,6 +100,11 @@ void scaleRows(const AreaView& source, const AreaView& destination, PassShares s
     }
 }
 
+inline void seedDraws() noexcept
+{
+    std::srand(static_cast<unsigned>(std::time(nullptr)));
+}
+
 inline uint32_t drawIf(bool wanted) noexcept
 {
     return wanted ? static_cast<uint32_t>(std::rand()) : 0;
@@ -111,7 +116,7 @@ template <class MakeLine, class FillRun>
 void scaleRowsPlaced(const AreaView& source, const AreaView& destination, PassShares shares, ProgressCallback callback,
                      MakeLine makeLine, FillRun fillRun)
 {
-    std::srand(static_cast<unsigned>(std::time(nullptr)));
+    seedDraws();
     const bool drawsColumns =
         source.width() > destination.width() && PlacedBlockWalker(source.width(), destination.width()).period() != 0;
     if (source.height() <= destination.height()) {
@@ -134,20 +139,19 @@ void scaleRowsPlaced(const AreaView& source, const AreaView& destination, PassSh
 }
 
 // Copies the first `width` pixels of line `from` to the same place in line `to`.
-inline void replicateLine(const AreaView& area, uint32_t width, uint32_t from, uint32_t to) noexcept
+inline void replicateLine(const AreaView& area, uint32_t width, uint32_t from, uint32_t to,
+                          const BitKernels& bitKernels = *kernels().bits) noexcept
 {
-    const size_t bits = size_t{width} * area.bits();
     const unsigned phase = area.phase() * area.bits() % 8;
-    if (bits != 0)
-        kernels().bits->copyBits(area.row(from), phase, area.row(to), phase, bits);
+    bitKernels.copyBits(area.row(from), phase, area.row(to), phase, size_t{width} * area.bits());
 }
 
 // The fillRun of workers whose lines are replicated.
 inline auto replicateLines(const AreaView& area) noexcept
 {
-    return [&area](Span run, uint32_t, uint32_t width) {
+    return [&area, &bitKernels = *kernels().bits](Span run, uint32_t, uint32_t width) {
         for (uint32_t t = 1; t < run.length; ++t)
-            replicateLine(area, width, run.start, run.start + t);
+            replicateLine(area, width, run.start, run.start + t, bitKernels);
     };
 }
 

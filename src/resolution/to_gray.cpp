@@ -8,7 +8,6 @@
 #include "frame/gray_of_entry.h"
 #include "frame/line_walk.h"
 #include "resolution/bit_lines.h"
-#include "resolution/block_levels.h"
 #include "resolution/scale_rows.h"
 #include "resolution/workers.h"
 
@@ -66,8 +65,6 @@ struct MeanGray {
         double whitePart_;
     };
 
-    Block of(uint64_t columns, uint64_t lines) const { return {*this, columns, lines}; }
-
     // The mean of any block, added up as the rule is written.
     uint8_t literal(const AreaView& source, Span columns, Span lines) const
     {
@@ -82,8 +79,88 @@ struct MeanGray {
                 whites += bit;
             }
         }
-        return columns.length < 5 && lines.length < 5 ? of(columns.length, lines.length).of(whites) : rounded(sum);
+        return columns.length < 5 && lines.length < 5 ? Block(*this, columns.length, lines.length).of(whites)
+                                                      : rounded(sum);
     }
+};
+
+// Lines of the means of blocks of at most mostExactPixels. Sizes are few, so small blocks go through tables of levels.
+class MeanLine
+{
+  public:
+    MeanLine(const MeanGray& gray, const AreaView& destination) noexcept : gray_(gray), destination_(destination) {}
+
+    // Makes the plan's part of destination line j from `lines` rows, `stride` bytes apart.
+    void make(uint32_t j, const BitColumns& plan, const uint8_t* row, ptrdiff_t stride, uint32_t lines) noexcept
+    {
+        const BitBlockTable& table = plan.table();
+        uint8_t* levels = destination_.at(plan.first(), j);
+        const uint32_t last = table.count - 1;
+        uint64_t lastWhite = 0;
+        if (plan.narrow()) {
+            blocks_.countInBytes(table, row, stride, lines, counts_);
+            pixels_.lookup(counts_, levels, table.count, levelsOf(table.length, lines, BitBlockTable::longBias).of);
+            lastWhite = counts_[last] - table.bias[last];
+        } else {
+            for (uint32_t k = 0; k < table.count; k += someBlocks) {
+                const uint32_t n = std::min(table.count - k, someBlocks);
+                blocks_.count(table, k, n, row, stride, lines, whites_);
+                shade(table, k, n, lines, levels + k);
+                lastWhite = whites_[n - 1];
+            }
+        }
+        levels[last] = MeanGray::Block(gray_, table.lastLength, lines).of(lastWhite);
+    }
+
+  private:
+    // The levels of all counts, for blocks of `columns` columns and, from `longer` on, of one column more.
+    struct Levels {
+        static constexpr uint32_t most = 2048;
+
+        uint32_t lines = 0;
+        uint8_t of[2 * most];
+    };
+
+    void shade(const BitBlockTable& table, uint32_t k, uint32_t n, uint32_t lines, uint8_t* levels) noexcept
+    {
+        if ((uint64_t{table.length} + 1) * lines < Levels::most) {
+            const uint8_t* of[2] = {};
+            of[0] = levelsOf(table.length, lines, Levels::most).of;
+            of[1] = of[0] + Levels::most;
+            for (uint32_t i = 0; i < n; ++i)
+                levels[i] = of[table.bias[k + i] / BitBlockTable::longBias][whites_[i]];
+        } else {
+            const MeanGray::Block blocks[2] = {{gray_, table.length, lines},
+                                               {gray_, uint64_t{table.length} + 1, lines}};
+            for (uint32_t i = 0; i < n; ++i)
+                levels[i] = blocks[table.bias[k + i] / BitBlockTable::longBias].of(whites_[i]);
+        }
+    }
+
+    const Levels& levelsOf(uint32_t columns, uint32_t lines, uint32_t longer) noexcept
+    {
+        Levels& levels = levels_[lines % 2];
+        if (levels.lines == lines)
+            return levels;
+        levels.lines = lines;
+        for (uint32_t more = 0; more < 2; ++more) {
+            const uint32_t pixels = (columns + more) * lines;
+            const MeanGray::Block block(gray_, columns + more, lines);
+            for (uint32_t white = 0; white <= std::min(pixels, longer - 1); ++white)
+                levels.of[more * longer + white] = block.of(white);
+        }
+        return levels;
+    }
+
+    static constexpr uint32_t someBlocks = 256;
+
+    const BitBlockKernels& blocks_ = *kernels().bitBlocks;
+    const PixelKernels& pixels_ = *kernels().pixels;
+    MeanGray gray_;
+    AreaView destination_;
+    Levels levels_[2];
+    uint64_t whites_[someBlocks];
+    alignas(64) uint8_t counts_[Roomy<BitColumns>::limit];
 };
 
 // Blocks as `Columns` walks them.
@@ -95,14 +172,11 @@ void scaleToMeans(const MeanGray& gray, const AreaView& source, const AreaView& 
     const Columns walker(source.width(), destination.width());
     PlannedColumns<Columns, Roomy<BitColumns>> columns(walker, source, mostLines);
     const bool exact = uint64_t{walker.longest()} * mostLines <= mostExactPixels;
-    BlockLevels<MeanGray> levels(gray);
+    MeanLine line(gray, destination);
     const auto makeExact = [&](uint32_t j, Span lines) {
         uint32_t reached = 0;
         columns.forEach([&](const BitColumns& plan) {
-            levels.make(plan, plan.row(lines.start), source.lineStep(), lines.length,
-                        [&](uint32_t k, const uint8_t* line, uint32_t n) {
-                            std::memcpy(destination.at(plan.first() + k, j), line, n);
-                        });
+            line.make(j, plan, plan.row(lines.start), source.lineStep(), lines.length);
             reached += plan.count();
         });
         return reached;

@@ -11,6 +11,7 @@ namespace
 constexpr void (*adders[])(Operations&) = {
     addGrayOperations,
     addBilevelOperations,
+    addBilevelScaling,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

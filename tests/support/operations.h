@@ -101,5 +101,6 @@ ColorPalette paletteOf(uint16_t type);
 // Adders, one per family.
 void addGrayOperations(Operations& operations);
 void addBilevelOperations(Operations& operations);
+void addBilevelScaling(Operations& operations);
 
 } // namespace lxtest
