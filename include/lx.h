@@ -322,6 +322,59 @@ LX_API int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageAre
                                      ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
+/* Rotation                                                                                                         */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Turn an area by quarter turns, clockwise as seen with line 0 at the top.
+ *
+ *  Pixels move, their values stay; full colour goes by component, so that areas of different `colorOrder` exchange the
+ *  outer bytes of every pixel. Source pixel (j, i) lands on the destination's pixel
+ *
+ *    one turn      (destination width - 1 - i, j)
+ *    two turns     (destination width - 1 - j, destination height - 1 - i)
+ *    three turns   (i, destination height - 1 - j)
+ *
+ *  for the rows i and columns j that fit: min(source height, destination width) by min(source width, destination
+ *  height), or for two turns the plain overlap. The picture is anchored to the destination's far edges: in a larger
+ *  destination, a strip at the left (one turn), at the left and top (two turns) or at the top (three turns) keeps what
+ *  it held.
+ *
+ *  Progress counts source rows; several rows may be reported together. If nothing fits, nothing is reported.
+ *
+ *  @param angle        Quarter turns clockwise: 1, 2 or 3.
+ *  @param source       Any type.
+ *  @param destination  The same type.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for differing types, a type above 6 or another
+ *                      angle. */
+LX_API int8_t lxRotationBySimpleAngle(uint16_t angle, const ImageArea* source, const ImageArea* destination,
+                                      ProgressCallback progress) LX_NOEXCEPT;
+
+/** Turn an area by any angle about its centre, into an area with the same or another centre.
+ *
+ *  Every destination pixel (k, r) takes the value of the source pixel that lies under it, the nearest one by
+ *  truncation, with no mixing of pixels:
+ *
+ *    dx = k - floor(destination width / 2), dy = floor(destination height / 2) - r
+ *    column = trunc(cos * dx - sin * dy) + floor(source width / 2)
+ *    line   = floor(source height / 2) - trunc(sin * dx + cos * dy)
+ *
+ *  Sine and cosine of angle * 0.017453292519444445 are rounded to single precision, the sums are double precision, and
+ *  trunc goes toward zero. A destination pixel with no source pixel under it keeps what it held: fill the background
+ *  first. Full colour moves by component.
+ *
+ *  A page that lxDetectionSlantAngle measures is straightened by turning it by the measured angle.
+ *
+ *  @param angle        Degrees clockwise as seen with line 0 at the top; any value. An angle that is not a finite
+ *                      number writes nothing, which is no error.
+ *  @param source       Any type.
+ *  @param destination  The same type.
+ *  @param progress     May be null; counts destination rows.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for differing types or a type above 6. */
+LX_API int8_t lxRotationBySpecificationAngle(double angle, const ImageArea* source, const ImageArea* destination,
+                                             ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Conversion to full colour                                                                                        */
 /* ---------------------------------------------------------------------------------------------------------------- */
 

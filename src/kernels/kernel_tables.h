@@ -15,5 +15,8 @@ extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
 extern const MedianKernels medianKernels;
 extern const ResampleKernels resampleKernels;
+extern const ReverseKernels reverseKernels;
+extern const TransposeKernels transposeKernels;
+extern const RunKernels runKernels;
 
 } // namespace lx::LX_LEVEL

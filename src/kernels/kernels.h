@@ -11,6 +11,9 @@
 #include "kernels/median.h"
 #include "kernels/pixels.h"
 #include "kernels/resample.h"
+#include "kernels/reverse.h"
+#include "kernels/runs.h"
+#include "kernels/transpose.h"
 #include "kernels/window.h"
 
 #include <cstddef>
@@ -27,6 +30,9 @@ struct Kernels {
     const WindowKernels* window;
     const MedianKernels* median;
     const ResampleKernels* resample;
+    const ReverseKernels* reverse;
+    const TransposeKernels* transpose;
+    const RunKernels* runs;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.

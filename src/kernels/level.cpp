@@ -12,8 +12,8 @@ namespace lx::LX_LEVEL
 
 extern const Kernels kernelTable;
 constexpr Kernels kernelTable = {
-    LX_NAME(LX_LEVEL), &bitKernels,    &bitBlockKernels, &pixelKernels,
-    &diffusionKernels, &windowKernels, &medianKernels,   &resampleKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,      &bitBlockKernels, &pixelKernels,     &diffusionKernels, &windowKernels,
+    &medianKernels,    &resampleKernels, &reverseKernels,  &transposeKernels, &runKernels,
 };
 
 } // namespace lx::LX_LEVEL

@@ -12,6 +12,9 @@ constexpr void (*adders[])(Operations&) = {
     addGrayOperations,
     addBilevelOperations,
     addBilevelScaling,
+    addRotationOperations,
+    addMedianOperations,
+    addSlantOperations,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

@@ -102,5 +102,8 @@ ColorPalette paletteOf(uint16_t type);
 void addGrayOperations(Operations& operations);
 void addBilevelOperations(Operations& operations);
 void addBilevelScaling(Operations& operations);
+void addRotationOperations(Operations& operations);
+void addMedianOperations(Operations& operations);
+void addSlantOperations(Operations& operations);
 
 } // namespace lxtest
