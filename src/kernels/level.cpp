@@ -22,6 +22,8 @@ constexpr Kernels kernelTable = {
     .transpose = &transposeKernels,
     .runs = &runKernels,
     .resample = &resampleKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,      &bitBlockKernels, &pixelKernels,     &diffusionKernels, &windowKernels,
+    &medianKernels,    &resampleKernels, &reverseKernels,  &transposeKernels, &runKernels,
 };
 
 } // namespace lx::LX_LEVEL

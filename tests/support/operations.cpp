@@ -16,6 +16,10 @@ constexpr void (*adders[])(Operations&) = {
     addBilevelScaling,
     addResolutionOperations,
     addThumbnailOperations,
+    addBilevelScaling,
+    addRotationOperations,
+    addMedianOperations,
+    addSlantOperations,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

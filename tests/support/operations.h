@@ -109,5 +109,9 @@ void addFullColorOperations(Operations& operations);
 void addBilevelScaling(Operations& operations);
 void addResolutionOperations(Operations& operations);
 void addThumbnailOperations(Operations& operations);
+void addBilevelScaling(Operations& operations);
+void addRotationOperations(Operations& operations);
+void addMedianOperations(Operations& operations);
+void addSlantOperations(Operations& operations);
 
 } // namespace lxtest
