@@ -133,6 +133,17 @@ typedef struct ErrorBufferDesc {
     uint32_t size;  /**< Its size in bytes, from lxCalculateErrorBufferSize; read by lxClearErrorBuffer only. */
 } ErrorBufferDesc;
 
+/** A setting as a fraction: `level` / `maxLevel`. */
+typedef struct CorrectionLevel {
+    int32_t level;    /**< Position on the scale -`maxLevel` to +`maxLevel`; 0 changes nothing. */
+    int32_t maxLevel; /**< Half the length of the scale, above 0. Other values give what the formulas give. */
+} CorrectionLevel;
+
+/** A tone table: entry v is the new level of level v. */
+typedef struct GammaTable {
+    uint8_t entries[256];
+} GammaTable;
+
 /** Progress of an operation, called on the caller's own thread. After line j of H lines (counted from 0) the value is
  *  p = trunc(j / H * 50 + 0.5); the call (p, 50) is made only when p has grown since the last call, starting from 0.
  *  An operation on few lines therefore ends below 50, and one line makes no call.
@@ -322,6 +333,52 @@ LX_API int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageAre
                                      ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
+/* Tone                                                                                                             */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Build a tone table.
+ *
+ *  Starting from entry i = i, the stages run in the order below, each on the table that the one before left. f is the
+ *  setting's fraction and t = trunc(128 / maxLevel * level + 0.5); saturate(v) is trunc(v + 0.5), 255 above 255 and
+ *  0 below 0 or if v is not a number. All in double precision, with the C library's tan and pow.
+ *
+ *  - Brightness: e becomes saturate(e + 128 / maxLevel * level).
+ *  - Contrast: e becomes saturate((e - 127.5) * tan((f + 1) * 3.1415926535 / 4) + 127.5).
+ *  - Gamma: e becomes saturate(255 * (e / 255)^g), formed as pow(e, g) / pow(255, g - 1), g being 1 + 9 f if `level` is
+ *    0 or more, else 1 - 0.9 f: both signs darken.
+ *  - Highlight, if `level` is at least 1: with H = 255 - t, entries from H on become 255, and those from H - 32 to
+ *    H - 1 become saturate(e + (255 - e') * (i - H - 32) / 32), e' being entry i + H of the stage's input.
+ *  - Shadow, if `level` is at least 1: with S = t, entries up to S become 0, and those from S + 1 to S + 32 become
+ *    saturate(e - e' * (S + 32 - i) / 32), e' being entry i + S of the stage's input.
+ *  - Reversal, if the value is at least 1: e becomes 255 - e.
+ *
+ *  An index of e' above 255 reads entry 255, one below 0 entry 0. H and S are kept in 16 bits, which wrap.
+ *
+ *  @param brightness  Brightness.
+ *  @param contrast    Contrast; -1 is flat.
+ *  @param gamma       Gamma.
+ *  @param highlight   Highlight.
+ *  @param shadow      Shadow.
+ *  @param reverse     Reversal: at least 1 for a negative.
+ *  @param table       The table to fill.
+ *  @return            IMAGE_STATUS_OK. */
+LX_API int8_t lxCreateGammaCorrectionTable(const CorrectionLevel* brightness, const CorrectionLevel* contrast,
+                                           const CorrectionLevel* gamma, const CorrectionLevel* highlight,
+                                           const CorrectionLevel* shadow, const int32_t* reverse,
+                                           GammaTable* table) LX_NOEXCEPT;
+
+/** Apply a tone table in place.
+ *
+ *  Gray levels and every component of full colour become the table's entry. A bilevel pixel stands for level 0 or 255,
+ *  and becomes white where its entry is at least 128.
+ *
+ *  @param table     The table.
+ *  @param area      IMAGE_TYPE_BW, IMAGE_TYPE_256GRAY or IMAGE_TYPE_16MRGB.
+ *  @param progress  May be null.
+ *  @return          IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxGammaCorrection(const GammaTable* table, const ImageArea* area, ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Layout of the records: part of the binary interface                                                              */
 /* ---------------------------------------------------------------------------------------------------------------- */
 
@@ -344,6 +401,9 @@ LX_STATIC_ASSERT(offsetof(ErrorDiffusionKernel, lowerLeft) == 8 && offsetof(Erro
                  "ErrorDiffusionKernel is four doubles");
 LX_STATIC_ASSERT(offsetof(ErrorBufferDesc, size) == sizeof(void*) && sizeof(ErrorBufferDesc) == 2 * sizeof(void*),
                  "ErrorBufferDesc is an address and a size");
+LX_STATIC_ASSERT(offsetof(CorrectionLevel, maxLevel) == 4 && sizeof(CorrectionLevel) == 8,
+                 "CorrectionLevel has fixed offsets");
+LX_STATIC_ASSERT(sizeof(GammaTable) == 256, "GammaTable is 256 bytes");
 
 #ifdef __cplusplus
 }

@@ -161,8 +161,24 @@ void copyBits(const uint8_t* LX_RESTRICT source, unsigned sourcePhase, uint8_t* 
         mergeByte(destination + bytes, fewBits(source + bytes, sourcePhase, n), 0xFF00U >> n & 0xFF);
 }
 
+void changeBits(uint8_t* row, unsigned phase, size_t bits, uint8_t keep, uint8_t flip)
+{
+    if (phase != 0 && bits != 0) {
+        const unsigned room = 8 - phase;
+        const unsigned n = bits < room ? static_cast<unsigned>(bits) : room;
+        mergeByte(row, (*row & keep) ^ flip, (0xFF00U >> n & 0xFF) >> phase);
+        ++row;
+        bits -= n;
+    }
+    const size_t bytes = bits / 8;
+    for (size_t k = 0; k < bytes; ++k)
+        row[k] = static_cast<uint8_t>((row[k] & keep) ^ flip);
+    if (const auto n = static_cast<unsigned>(bits % 8); n != 0)
+        mergeByte(row + bytes, (row[bytes] & keep) ^ flip, 0xFF00U >> n & 0xFF);
+}
+
 } // namespace
 
-constexpr BitKernels bitKernels = {unpackBits, packBits, unpackNibbles, packNibbles, copyBits};
+constexpr BitKernels bitKernels = {unpackBits, packBits, unpackNibbles, packNibbles, copyBits, changeBits};
 
 } // namespace lx::LX_LEVEL

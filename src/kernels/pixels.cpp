@@ -76,8 +76,7 @@ void aboveEach(const uint8_t* LX_RESTRICT source, const uint8_t* LX_RESTRICT thr
         destination[i] = source[i] > thresholds[i] ? 1 : 0;
 }
 
-void lookup(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels,
-            const uint8_t* LX_RESTRICT table)
+void lookup(const uint8_t* source, uint8_t* destination, size_t pixels, const uint8_t* LX_RESTRICT table)
 {
     size_t i = 0;
 #if defined(LX_LEVEL_v4)

@@ -32,7 +32,7 @@ struct PixelKernels {
     // destination[i] = source[i] > thresholds[i] ? 1 : 0.
     void (*aboveEach)(const uint8_t* source, const uint8_t* thresholds, uint8_t* destination, size_t pixels);
 
-    // destination[i] = table[source[i]], with a table of 256.
+    // destination[i] = table[source[i]], with a table of 256. Source and destination may be the same row.
     void (*lookup)(const uint8_t* source, uint8_t* destination, size_t pixels, const uint8_t* table);
 };
 
