@@ -333,6 +333,39 @@ LX_API int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageAre
                                      ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
+/* Conversion to full colour                                                                                        */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Any type to full colour: every index becomes its palette entry, and full colour is copied.
+ *
+ *  A full-colour source keeps its bytes if the two `colorOrder` fields hold the same value, and exchanges the first
+ *  and the last byte of every pixel if they differ, even if both values mean blue first.
+ *
+ *  @param palette      Palette of the source type: its first `count` entries (256 at most) are read; an index at or
+ *                      above `count` becomes black. Not read for full colour.
+ *  @param source       Any type.
+ *  @param destination  IMAGE_TYPE_16MRGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another destination type or a source type
+ *                      above 6. */
+LX_API int8_t lxImageTypeConvertTo16MRGB(const ColorPalette* palette, const ImageArea* source,
+                                         const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/** 8 colours to full colour without a change of size, by counting lit pixels in a window.
+ *
+ *  Each of red, green and blue takes the rule of lxImageTypeConvertToGrayscaleFromBW, its bit of the index being the
+ *  pixel, but without the 0.5: levels are truncated, where those of bilevel images are rounded. The difference is
+ *  deliberate. The time taken does not depend on N.
+ *
+ *  @param windowSize   N, at least 1.
+ *  @param source       IMAGE_TYPE_8RGB.
+ *  @param destination  IMAGE_TYPE_16MRGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or N = 0. */
+LX_API int8_t lxImageTypeConvertTo16MRGBFrom8RGB(uint16_t windowSize, const ImageArea* source,
+                                                 const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Tone                                                                                                             */
 /* ---------------------------------------------------------------------------------------------------------------- */
 

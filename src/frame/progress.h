@@ -25,6 +25,23 @@ class Progress
         report(static_cast<uint32_t>(static_cast<int64_t>(share * 50.0F + 0.5)));
     }
 
+    // n of `total` lines on a part of the scale, `span` long and starting at `base`, rounded.
+    void shareDone(uint32_t n, uint32_t total, uint32_t span, uint32_t base) noexcept
+    {
+        if (callback_ == nullptr)
+            return;
+        const double share = static_cast<double>(n) / total;
+        report(static_cast<uint32_t>(share * span + 0.5) + base);
+    }
+
+    // Raw counts: every one is passed on, and the last reported value is neither looked at nor changed. Deliberately
+    // unlike the other rules.
+    void rawCount(uint32_t n, uint32_t total) noexcept
+    {
+        if (callback_ != nullptr)
+            callback_(n, total);
+    }
+
   private:
     void report(uint32_t value) noexcept
     {

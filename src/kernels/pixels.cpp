@@ -8,7 +8,7 @@
 #include <cstring>
 
 #if defined(LX_LEVEL_v4)
-#include <immintrin.h>
+#include "kernels/pixels_v4.h"
 #endif
 
 namespace lx::LX_LEVEL
@@ -80,26 +80,50 @@ void lookup(const uint8_t* source, uint8_t* destination, size_t pixels, const ui
 {
     size_t i = 0;
 #if defined(LX_LEVEL_v4)
-    // The table in four registers: two permutes find the entry in either half, and the index's top bit chooses.
-    const __m512i t0 = _mm512_loadu_si512(table);
-    const __m512i t1 = _mm512_loadu_si512(table + 64);
-    const __m512i t2 = _mm512_loadu_si512(table + 128);
-    const __m512i t3 = _mm512_loadu_si512(table + 192);
-    for (; i + 64 <= pixels; i += 64) {
-        const __m512i index = _mm512_loadu_si512(source + i);
-        const __m512i low = _mm512_permutex2var_epi8(t0, index, t1);
-        const __m512i high = _mm512_permutex2var_epi8(t2, index, t3);
-        _mm512_storeu_si512(destination + i, _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high));
-    }
+    const Table256 entries(table);
+    for (; i + 64 <= pixels; i += 64)
+        _mm512_storeu_si512(destination + i, entries.at(_mm512_loadu_si512(source + i)));
 #endif
     for (; i < pixels; ++i)
         destination[i] = table[source[i]];
 }
 
+void colors(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, const ColorTable& table)
+{
+    size_t i = 0;
+#if defined(LX_LEVEL_v4)
+    const Table256 tables[3] = {Table256(table.component[0]), Table256(table.component[1]),
+                                Table256(table.component[2])};
+    for (; i + 64 <= pixels; i += 64) {
+        const __m512i index = _mm512_loadu_si512(source + i);
+        storeTriples({tables[0].at(index), tables[1].at(index), tables[2].at(index)}, destination + 3 * i);
+    }
+#endif
+    for (; i < pixels; ++i) {
+        for (unsigned c = 0; c < 3; ++c)
+            destination[3 * i + c] = table.component[c][source[i]];
+    }
+}
+
+void swapEnds(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels)
+{
+    for (size_t i = 0; i < pixels; ++i) {
+        destination[3 * i] = source[3 * i + 2];
+        destination[3 * i + 1] = source[3 * i + 1];
+        destination[3 * i + 2] = source[3 * i];
+    }
+}
+
+void bit(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, unsigned bit)
+{
+    for (size_t i = 0; i < pixels; ++i)
+        destination[i] = source[i] >> bit & 1;
+}
+
 } // namespace
 
 constexpr PixelKernels pixelKernels = {
-    weightedGray, preciseGray, component, bright, levels16, above, aboveEach, lookup,
+    weightedGray, preciseGray, component, bright, levels16, above, aboveEach, lookup, colors, swapEnds, bit,
 };
 
 } // namespace lx::LX_LEVEL

@@ -8,6 +8,11 @@
 namespace lx
 {
 
+// The pixel of every index, one table for each of its three bytes.
+struct ColorTable {
+    alignas(64) uint8_t component[3][256];
+};
+
 struct PixelKernels {
     // destination[i] = trunc((R w33 + B w33) + G w34), at most 255: single-precision weights, double-precision sum.
     // Red and blue weigh the same, so either component order will do.
@@ -34,6 +39,15 @@ struct PixelKernels {
 
     // destination[i] = table[source[i]], with a table of 256. Source and destination may be the same row.
     void (*lookup)(const uint8_t* source, uint8_t* destination, size_t pixels, const uint8_t* table);
+
+    // Component c of triple i = table.component[c][source[i]].
+    void (*colors)(const uint8_t* source, uint8_t* destination, size_t pixels, const ColorTable& table);
+
+    // Triple i of the destination = triple i of the source with its first and last byte exchanged.
+    void (*swapEnds)(const uint8_t* source, uint8_t* destination, size_t pixels);
+
+    // destination[i] = source[i] >> bit & 1.
+    void (*bit)(const uint8_t* source, uint8_t* destination, size_t pixels, unsigned bit);
 };
 
 } // namespace lx

@@ -1,0 +1,229 @@
+// The drivers of scaling: how every worker goes through the lines.
+//
+// A worker brings the horizontal rule, a callable `makeLine(j, lines)` that makes destination line j from a block of
+// source lines and returns how many pixels of it the rule has reached. Where the height shrinks, that is all there is
+// to do. Where it grows or stays, the block is one line thick and the line made is the first of its run; a second
+// callable `fillRun(run, next, width)` makes the other lines of the run, `width` being the pixels reached in the first.
+// The two passes are taken together, so that a run is filled while its first line is still in the cache; what the
+// second pass has to report follows when everything is done, in the order and with the values of two passes.
+
+#pragma once
+
+#include "frame/area_view.h"
+#include "frame/progress.h"
+#include "resolution/block_geometry.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+namespace lx
+{
+
+inline bool isScalable(const ImageArea& source, const ImageArea& destination, uint16_t sourceType,
+                       uint16_t destinationType) noexcept
+{
+    return source.type == sourceType && destination.type == destinationType && source.width != 0 &&
+           source.height != 0 && destination.width != 0 && destination.height != 0;
+}
+
+inline bool isScalable(const ImageArea& source, const ImageArea& destination, uint16_t type) noexcept
+{
+    return isScalable(source, destination, type, type);
+}
+
+// How the two passes of a vertical enlargement share the scale of 50.
+struct PassShares {
+    uint32_t first;  // 0: the first pass reports raw line counts
+    uint32_t second; // the end of the scale
+};
+
+constexpr PassShares widthEnlarged = {45, 5};
+constexpr PassShares widthReduced = {0, 5};
+
+inline PassShares passShares(const AreaView& source, const AreaView& destination)
+{
+    return source.width() > destination.width() ? widthReduced : widthEnlarged;
+}
+
+// `blocks` is the walker of the vertical axis, `height` the destination's.
+template <class Blocks, class MakeLine>
+void reduceRows(Blocks blocks, uint32_t height, ProgressCallback callback, MakeLine makeLine)
+{
+    Progress progress(callback);
+    Span lines;
+    for (uint32_t j = 0; blocks.next(lines); ++j) {
+        makeLine(j, lines);
+        progress.shareDone(j, height, 50, 0);
+    }
+}
+
+// `next` is the first line of the following run, and the run's own first line if none follows.
+template <class MakeLine, class FillRun>
+void enlargeRows(const RunWalker& runs, PassShares shares, ProgressCallback callback, MakeLine makeLine,
+                 FillRun fillRun)
+{
+    Progress progress(callback);
+    RunWalker walker = runs;
+    Span previous = {0, 0};
+    uint32_t previousWidth = 0;
+    Span run;
+    for (uint32_t line = 0; walker.next(run); ++line) {
+        if (run.length != 0) {
+            const uint32_t width = makeLine(run.start, Span{line, 1});
+            if (previous.length != 0)
+                fillRun(previous, run.start, previousWidth);
+            previous = run;
+            previousWidth = width;
+        }
+        const uint32_t covered = run.start + run.length;
+        if (shares.first == 0)
+            progress.rawCount(covered, 2 * runs.reach());
+        else
+            progress.shareDone(covered, runs.reach(), shares.first, 0);
+    }
+    fillRun(previous, previous.start, previousWidth);
+    for (walker = runs; walker.next(run);)
+        progress.shareDone(run.start + run.length, runs.reach(), shares.second, 50 - shares.second);
+}
+
+// All four geometric cases of a worker.
+template <class MakeLine, class FillRun>
+void scaleRows(const AreaView& source, const AreaView& destination, PassShares shares, ProgressCallback callback,
+               MakeLine makeLine, FillRun fillRun)
+{
+    if (source.height() > destination.height()) {
+        const BlockWalker<float> blocks(source.height(), destination.height());
+        reduceRows(blocks, destination.height(), callback, makeLine);
+    } else {
+        enlargeRows(RunWalker(source.height(), destination.height()), shares, callback, makeLine, fillRun);
+    }
+}
+
+inline uint32_t drawIf(bool wanted) noexcept
+{
+    return wanted ? static_cast<uint32_t>(std::rand()) : 0;
+}
+
+// The same with blocks placed at random on the axes that shrink: `makeLine(j, lines, draw)` places the columns of its
+// line by `draw`. One number is drawn before each line, for both axes, if either of them needs it.
+template <class MakeLine, class FillRun>
+void scaleRowsPlaced(const AreaView& source, const AreaView& destination, PassShares shares, ProgressCallback callback,
+                     MakeLine makeLine, FillRun fillRun)
+{
+    std::srand(static_cast<unsigned>(std::time(nullptr)));
+    const bool drawsColumns =
+        source.width() > destination.width() && PlacedBlockWalker(source.width(), destination.width()).period() != 0;
+    if (source.height() <= destination.height()) {
+        enlargeRows(
+            RunWalker(source.height(), destination.height()), shares, callback,
+            [&](uint32_t j, Span line) { return makeLine(j, line, drawIf(drawsColumns)); }, fillRun);
+        return;
+    }
+    Progress progress(callback);
+    PlacedBlockWalker blocks(source.height(), destination.height());
+    const bool draws = drawsColumns || blocks.period() != 0;
+    for (uint32_t j = 0; !blocks.done(); ++j) {
+        const uint32_t draw = drawIf(draws);
+        blocks.place(draw);
+        Span lines;
+        blocks.next(lines);
+        makeLine(j, lines, draw);
+        progress.shareDone(j, destination.height(), 50, 0);
+    }
+}
+
+// Copies the first `width` pixels of line `from` to the same place in line `to`.
+inline void replicateLine(const AreaView& area, uint32_t width, uint32_t from, uint32_t to) noexcept
+{
+    if (width == 0)
+        return;
+    const uint8_t* source = area.row(from);
+    uint8_t* destination = area.row(to);
+    const unsigned bits = area.bits();
+    if (!area.packed()) {
+        std::memcpy(destination, source, size_t{width} * (bits / 8));
+        return;
+    }
+    const size_t begin = size_t{area.phase()} * bits;
+    const size_t end = begin + size_t{width} * bits;
+    const size_t last = (end - 1) / 8;
+    const unsigned headKept = 0xFF00U >> begin & 0xFF;
+    const unsigned tailKept = 0xFFU >> ((end - 1) % 8 + 1);
+    const auto merge = [&](size_t k, unsigned kept) {
+        destination[k] = static_cast<uint8_t>((source[k] & ~kept) | (destination[k] & kept));
+    };
+    if (last == 0) {
+        merge(0, headKept | tailKept);
+        return;
+    }
+    merge(0, headKept);
+    std::memcpy(destination + 1, source + 1, last - 1);
+    merge(last, tailKept);
+}
+
+// The fillRun of workers whose lines are replicated.
+inline auto replicateLines(const AreaView& area) noexcept
+{
+    return [&area](Span run, uint32_t, uint32_t width) {
+        for (uint32_t t = 1; t < run.length; ++t)
+            replicateLine(area, width, run.start, run.start + t);
+    };
+}
+
+// Columns of a line, a table at a time. A Plan takes as many blocks or runs from a walker as it has room for, and
+// `take(walker, first)` returns their number, `first` being the number of the first of them. If the first plan holds
+// the whole line, it is made once and kept; otherwise plans are made anew for every line, since there is no memory but
+// the stack.
+template <class Walker, class Plan>
+class PlannedColumns
+{
+  public:
+    explicit PlannedColumns(const Walker& walker) noexcept : begin_(walker)
+    {
+        Walker rest = walker;
+        plan_.take(rest, 0);
+        whole_ = rest.done();
+    }
+
+    // Calls use(plan) for the plans of a line, from left to right.
+    template <class Use>
+    void forEach(Use use)
+    {
+        if (whole_) {
+            use(plan_);
+            return;
+        }
+        Walker walker = begin_;
+        for (uint32_t first = 0; !walker.done();) {
+            first += plan_.take(walker, first);
+            use(plan_);
+        }
+    }
+
+  private:
+    Walker begin_;
+    bool whole_;
+    Plan plan_;
+};
+
+// The plainest Plan: the blocks or runs as they are.
+struct ColumnSpans {
+    static constexpr uint32_t limit = 1024;
+
+    uint32_t first = 0;
+    uint32_t count = 0;
+    Span spans[limit];
+
+    template <class Walker>
+    uint32_t take(Walker& walker, uint32_t from) noexcept
+    {
+        first = from;
+        count = 0;
+        while (count < limit && walker.next(spans[count]))
+            ++count;
+        return count;
+    }
+};
+
+} // namespace lx
