@@ -412,6 +412,58 @@ LX_API int8_t lxCreateGammaCorrectionTable(const CorrectionLevel* brightness, co
 LX_API int8_t lxGammaCorrection(const GammaTable* table, const ImageArea* area, ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
+/* Compositing and masking                                                                                          */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Paste an image into an area of another, converting it to the destination's type.
+ *
+ *  A full-colour source gives its pixels' colours. Any other source gives palette entries, and is read as the palette's
+ *  `count` says, whatever its type: 1 bit a pixel for a `count` up to 2, 4 bits up to 16, 8 bits above. Entries are
+ *  read as they stand, those at or above `count` too.
+ *
+ *  - To IMAGE_TYPE_BW: white where gray = trunc((B + R) 0.33 + G 0.34 + 0.5) is above a fixed 8 x 8 table of thresholds
+ *    from 0 to 252, counted from the area's corner. In 4-bit and 8-bit palette sources, an entry with R = G = the blue
+ *    of entry 0, and 0 or 255, is black or white without dither.
+ *  - To IMAGE_TYPE_256GRAY: trunc(R w + B w + G w + 0.5), w being one third in single precision, at most 255; with a
+ *    key the gray of the rule above. The two rules differ on purpose.
+ *  - To IMAGE_TYPE_8RGB: a component is on from 128.
+ *  - To IMAGE_TYPE_16MRGB: the colour itself.
+ *
+ *  With a key, source pixels of the key's colour leave the destination as it is. The key's range per level k is
+ *  k - t to k + t, t being the tolerance; a side that would reach the end of the scale or beyond is k itself, so that a
+ *  key of 5 with a tolerance of 10 means 5 to 15. Full-colour pixels are transparent with all components in range, and
+ *  pixels of an 8-bit source of IMAGE_TYPE_256GRAY if their level is in the range of the key's gray,
+ *  trunc((B + R) 0.33 + G 0.34 + 0.5). Other palette sources are transparent where the entry equals the key exactly.
+ *
+ *  @param useKey       0: every pixel is pasted; any other value: with the key.
+ *  @param source       Any image; its type tells full colour from the rest, and gray levels from indices.
+ *  @param palette      Palette of the source; not read for full colour.
+ *  @param keyColor     Red, green and blue; read only if `useKey` is not 0.
+ *  @param tolerance    Its low 8 bits count; read only if `useKey` is not 0.
+ *  @param destination  IMAGE_TYPE_BW, IMAGE_TYPE_256GRAY, IMAGE_TYPE_8RGB or IMAGE_TYPE_16MRGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another destination type. */
+LX_API int8_t lxSynthesizeToSpecificationArea(uint16_t useKey, const ImageArea* source, const ColorPalette* palette,
+                                              const uint8_t* keyColor, uint32_t tolerance,
+                                              const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/** Cover an area with a colour in place: paint it, or tint it so that what is darker than the colour stays.
+ *
+ *  - IMAGE_TYPE_BW: the colour's gray, trunc((B + R) 0.33 + G 0.34 + 0.5), is dithered by the table of
+ *    lxSynthesizeToSpecificationArea; a tint only clears pixels.
+ *  - IMAGE_TYPE_256GRAY: painted with that gray g; a tint makes a level p above g trunc((p - g) / 4 + g).
+ *  - IMAGE_TYPE_8RGB: painted with the components that are on from 128; a tint switches the others off, and bit 3.
+ *  - IMAGE_TYPE_16MRGB: painted with the colour; a tint takes the rule of gray for every component.
+ *
+ *  @param tint      0: paint; any other value: tint.
+ *  @param color     Red, green and blue.
+ *  @param area      One of the four types above.
+ *  @param progress  May be null.
+ *  @return          IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxMaskingBySpecificationColor(uint16_t tint, const uint8_t* color, const ImageArea* area,
+                                            ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Layout of the records: part of the binary interface                                                              */
 /* ---------------------------------------------------------------------------------------------------------------- */
 

@@ -59,4 +59,34 @@ void mapRows(const AreaView& source, const AreaView& destination, ProgressCallba
     mapLines(source, destination, callback, step, [](uint32_t) {});
 }
 
+// Bits to bytes: every pixel of the bilevel source becomes `zero` or `one`.
+inline void mapBits(const AreaView& source, const AreaView& destination, uint8_t zero, uint8_t one,
+                    ProgressCallback callback)
+{
+    RowReader reader(source, zero, one);
+    const Overlap overlap(source, destination);
+    walkLines(overlap.height, callback, [&](uint32_t j) {
+        if (overlap.width != 0)
+            reader.readTo(destination.row(j), 0, j, overlap.width);
+    });
+}
+
+// Point operations that leave some pixels as they are, or change what is there: calls `step(source, destination, n)`
+// with the canonical rows of chunks of every line, as mapLines does, the destination's holding its pixels.
+template <class Step, class EndLine>
+void blendLines(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step,
+                EndLine endLine)
+{
+    RowReader reader(source);
+    RowWriter writer(destination);
+    const Overlap overlap(source, destination);
+    walkLines(overlap.height, callback, [&](uint32_t j) {
+        walkChunks(overlap.width, chunkPixels, [&](uint32_t i, uint32_t n) {
+            step(reader.read(i, j, n), writer.load(i, j, n), n);
+            writer.close();
+        });
+        endLine(j);
+    });
+}
+
 } // namespace lx

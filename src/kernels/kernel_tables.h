@@ -12,5 +12,7 @@ extern const BitKernels bitKernels;
 extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
+extern const ComposeKernels composeKernels;
+extern const PaletteColorKernels paletteColorKernels;
 
 } // namespace lx::LX_LEVEL

@@ -6,7 +6,9 @@
 #pragma once
 
 #include "kernels/bits.h"
+#include "kernels/compose.h"
 #include "kernels/diffusion.h"
+#include "kernels/palette_color.h"
 #include "kernels/pixels.h"
 #include "kernels/window.h"
 
@@ -21,6 +23,8 @@ struct Kernels {
     const PixelKernels* pixels;
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
+    const ComposeKernels* compose;
+    const PaletteColorKernels* paletteColor;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.

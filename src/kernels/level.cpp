@@ -12,7 +12,8 @@ namespace lx::LX_LEVEL
 
 extern const Kernels kernelTable;
 constexpr Kernels kernelTable = {
-    LX_NAME(LX_LEVEL), &bitKernels, &pixelKernels, &diffusionKernels, &windowKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,     &pixelKernels,        &diffusionKernels,
+    &windowKernels,    &composeKernels, &paletteColorKernels,
 };
 
 } // namespace lx::LX_LEVEL

@@ -1,4 +1,5 @@
-// Sixty-four pixels in registers, for kernels at the level v4: tables of bytes, and triples taken apart and put together.
+// Sixty-four pixels in registers, for kernels at the level v4: tables of bytes, and triples taken apart and put
+// together.
 
 #pragma once
 

@@ -1,0 +1,26 @@
+// Full colour to palette indices, pixel by pixel.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace lx
+{
+
+struct PaletteColorKernels {
+    // destination[i] = 4 (B > t) + 2 (G > t) + (R > t) of triple i. Red is byte 0, or 2 if blueFirst.
+    void (*primaries)(const uint8_t* source, uint8_t* destination, size_t pixels, bool blueFirst, uint8_t threshold);
+
+    // The same with a threshold for every pixel.
+    void (*primariesEach)(const uint8_t* source, const uint8_t* thresholds, uint8_t* destination, size_t pixels,
+                          bool blueFirst);
+
+    // destination[i] = 9 b + 3 g + r, each level being floor(component / 86).
+    void (*thirds)(const uint8_t* source, uint8_t* destination, size_t pixels, bool blueFirst);
+
+    // destination[i] = 36 b + 6 g + r, each level being floor(component / 43).
+    void (*cube)(const uint8_t* source, uint8_t* destination, size_t pixels, bool blueFirst);
+};
+
+} // namespace lx
