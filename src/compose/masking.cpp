@@ -13,23 +13,30 @@ namespace lx
 namespace
 {
 
-// Paints with the pattern, or keeps only those bits of a pixel that the pattern has.
-void maskPacked(bool tint, const AreaView& area, uint32_t j, uint8_t pattern)
+// Paints line j with the byte pattern(j), or keeps only the bits that the pattern has.
+template <class Pattern>
+void maskPacked(bool tint, const AreaView& area, ProgressCallback progress, Pattern pattern)
 {
-    kernels().bits->changeBits(area.row(j), area.phase() * area.bits(), size_t{area.width()} * area.bits(),
-                               tint ? pattern : uint8_t{0}, tint ? uint8_t{0} : pattern);
+    const BitKernels& bits = *kernels().bits;
+    const unsigned phase = area.phase() * area.bits();
+    walkLines(area.height(), progress, [&](uint32_t j) {
+        const uint8_t own = pattern(j);
+        bits.changeBits(area.row(j), phase, size_t{area.width()} * area.bits(), tint ? own : uint8_t{0},
+                        tint ? uint8_t{0} : own);
+    });
 }
 
 // `pixel` is the colour as it lies in the area.
 void maskBytes(bool tint, const AreaView& area, const uint8_t* pixel, ProgressCallback progress)
 {
     const unsigned bytes = area.bits() / 8;
-    alignas(64) uint8_t levels[3 * chunkPixels];
-    for (size_t k = 0; k < size_t{chunkPixels} * bytes; ++k)
+    constexpr uint32_t most = 512; // pixels at a time
+    alignas(64) uint8_t levels[3 * most];
+    for (unsigned k = 0; k < most * bytes; ++k)
         levels[k] = pixel[k % bytes];
     const ComposeKernels& compose = *kernels().compose;
     walkLines(area.height(), progress, [&](uint32_t j) {
-        walkChunks(area.width(), chunkPixels, [&](uint32_t i, uint32_t n) {
+        walkChunks(area.width(), most, [&](uint32_t i, uint32_t n) {
             if (tint)
                 compose.tint(levels, area.at(i, j), size_t{n} * bytes);
             else
@@ -44,8 +51,8 @@ int8_t MaskBW(bool tint, const uint8_t* color, const ImageArea& image, ProgressC
         return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView area(image);
     const uint8_t gray = grayByWeights(color);
-    walkLines(area.height(), progress,
-              [&](uint32_t j) { maskPacked(tint, area, j, turnedTo(area.phase(), FixedDitherTable::bits(j, gray))); });
+    maskPacked(tint, area, progress,
+               [&](uint32_t j) { return turnedTo(area.phase(), FixedDitherTable::bits(j, gray)); });
     return IMAGE_STATUS_OK;
 }
 
@@ -64,7 +71,7 @@ int8_t Mask8RGB(bool tint, const uint8_t* color, const ImageArea& image, Progres
         return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView area(image);
     const auto twoPixels = static_cast<uint8_t>(primariesOf(color) * 0x11);
-    walkLines(area.height(), progress, [&](uint32_t j) { maskPacked(tint, area, j, twoPixels); });
+    maskPacked(tint, area, progress, [=](uint32_t) { return twoPixels; });
     return IMAGE_STATUS_OK;
 }
 

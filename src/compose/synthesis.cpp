@@ -75,17 +75,33 @@ class ToBW
     {
     }
 
-    void operator()(const uint8_t* in, uint8_t* out, uint32_t n) noexcept
+    // Packed, the first pixel in the highest bit.
+    void pack(const uint8_t* in, uint8_t* bits, uint32_t n) noexcept
     {
-        static_assert(chunkPixels % FixedDitherTable::size == 0, "every chunk starts in column 0 of the dither");
-        if (fullColor_)
-            kernels_.compose->grayByWeights(in, row_, n);
-        else
-            kernels_.pixels->lookup(in, row_, n, levels_.values);
-        kernels_.pixels->aboveEach(row_, dither_.at(line_, 0), out, n);
+        const unsigned pixelBytes = fullColor_ ? 3 : 1;
+        walkChunks(n, chunkPixels, [&](uint32_t i, uint32_t m) {
+            const uint8_t* pixels = in + size_t{i} * pixelBytes;
+            if (fullColor_)
+                kernels_.compose->grayByWeights(pixels, row_, m);
+            else
+                kernels_.pixels->lookup(pixels, row_, m, levels_.values);
+            kernels_.pixels->abovePattern(row_, dither_.row(line_), dither_.columns(), column_, bits + i / 8, m);
+            column_ = (column_ + m) % dither_.columns();
+        });
     }
 
-    void endLine() noexcept { line_ = (line_ + 1) % FixedDitherTable::size; }
+    // Up to seven bytes behind the row are written, too.
+    void operator()(const uint8_t* in, uint8_t* out, uint32_t n) noexcept
+    {
+        pack(in, bits_, n);
+        kernels_.bits->unpackBits(bits_, out, (n + 7) / 8, 0, 1);
+    }
+
+    void endLine() noexcept
+    {
+        line_ = (line_ + 1) % dither_.rows();
+        column_ = 0;
+    }
 
     const IndexTable& levels() const { return levels_; }
 
@@ -104,7 +120,9 @@ class ToBW
     IndexTable levels_;
     DitherRows dither_;
     unsigned line_ = 0;
+    unsigned column_ = 0;
     alignas(64) uint8_t row_[chunkPixels];
+    uint8_t bits_[chunkPixels / 8];
 };
 
 // The plain paste takes thirds, the overlay weights: deliberately.
@@ -203,9 +221,9 @@ class To16MRGB
 template <class Convert>
 void paste(const Source& source, const AreaView& destination, Convert& convert, ProgressCallback progress)
 {
-    mapLines(
+    mapRows(
         source.area, destination, progress, [&](const uint8_t* in, uint8_t* out, uint32_t n) { convert(in, out, n); },
-        [&](uint32_t) { convert.endLine(); });
+        [&] { convert.endLine(); });
 }
 
 template <class Convert>
@@ -229,7 +247,7 @@ void overlay(const Source& source, const ColorKey& key, const AreaView& destinat
             convert(in, fresh, n);
             select(fresh, flags, out, n);
         },
-        [&](uint32_t) { convert.endLine(); });
+        [&] { convert.endLine(); });
 }
 
 // An overlay whose fresh pixel depends on nothing but the index.
@@ -243,7 +261,7 @@ void overlayIndices(const Source& source, const ColorKey& key, const AreaView& d
         [&](const uint8_t* in, uint8_t* out, uint32_t n) {
             compose.overlayLookup(in, out, n, table.values, opaque.flags);
         },
-        [](uint32_t) {});
+        [] {});
 }
 
 // Bits to bits: a copy, in which black and white then become the dither patterns of their grays.
@@ -268,11 +286,16 @@ int8_t SynthesizeToBW(const ImageArea& image, const ColorPalette& palette, const
     if (destination.type != IMAGE_TYPE_BW)
         return IMAGE_STATUS_BAD_ARGUMENT;
     const Source source(image, palette);
+    const AreaView to(destination);
     ToBW convert(source);
     if (source.area.bits() == 1)
-        pasteBits(source, AreaView(destination), convert.levels(), progress);
+        pasteBits(source, to, convert.levels(), progress);
+    else if (source.area.bits() == 4)
+        paste(source, to, convert, progress);
     else
-        paste(source, AreaView(destination), convert, progress);
+        mapToPacked(
+            source.area, to, progress, [&](const uint8_t* in, uint8_t* out, uint32_t n) { convert.pack(in, out, n); },
+            [&] { convert.endLine(); });
     return IMAGE_STATUS_OK;
 }
 

@@ -5,6 +5,7 @@
 #include "convert/threshold.h"
 #include "frame/line_walk.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
@@ -75,8 +76,8 @@ int8_t lxImageTypeConvertToBWNonHalftone(const ThresholdLevel* threshold, const 
         return IMAGE_STATUS_BAD_ARGUMENT;
     const uint8_t limit = thresholdOf(*threshold);
     const PixelKernels& pixels = *kernels().pixels;
-    mapRows(AreaView(*source), AreaView(*destination), progress,
-            [&](const uint8_t* in, uint8_t* out, uint32_t n) { pixels.above(in, out, n, limit); });
+    mapToPacked(AreaView(*source), AreaView(*destination), progress,
+                [&](const uint8_t* in, uint8_t* out, uint32_t n) { pixels.above(in, out, n, limit); });
     return IMAGE_STATUS_OK;
 }
 
@@ -88,10 +89,14 @@ int8_t lxImageTypeConvertToBWDitherHalftone(uint16_t* phaseX, uint16_t* phaseY, 
         return IMAGE_STATUS_BAD_ARGUMENT;
     PhasedDither dither(*matrix, *phaseX, *phaseY);
     const PixelKernels& pixels = *kernels().pixels;
-    mapLines(
+    mapToPacked(
         AreaView(*source), AreaView(*destination), progress,
-        [&](const uint8_t* in, uint8_t* out, uint32_t n) { pixels.aboveEach(in, dither.next(n), out, n); },
-        [&](uint32_t) { dither.endLine(); });
+        [&](const uint8_t* in, uint8_t* out, uint32_t n) {
+            dither.next(n, [&](uint32_t k, const uint8_t* pattern, size_t period, size_t phase, uint32_t m) {
+                pixels.abovePattern(in + k, pattern, period, phase, out + k / 8, m);
+            });
+        },
+        [&] { dither.endLine(); });
     *phaseX = dither.phaseX();
     *phaseY = dither.phaseY();
     return IMAGE_STATUS_OK;
@@ -138,12 +143,23 @@ int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageArea* sour
     const AreaView to(*destination);
     const PixelKernels& pixels = *kernels().pixels;
     if (from.bits() == 24) {
-        mapRows(from, to, progress, pixels.bright);
+        mapToPacked(from, to, progress, pixels.bright);
         return IMAGE_STATUS_OK;
     }
     uint8_t bright[256] = {};
-    for (unsigned k = 0; k < 1U << from.bits(); ++k)
+    const unsigned count = 1U << from.bits();
+    for (unsigned k = 0; k < count; ++k)
         bright[k] = isBright(palette->entries[k]);
+    const uint8_t* const begin = bright;
+    const uint8_t* const end = bright + 256;
+    const uint8_t* const step = std::find(begin, end, uint8_t{1});
+    if (count == 256 && step != begin && std::all_of(step, end, [](uint8_t b) { return b != 0; })) {
+        // Gray, above all: what lies behind the first bright entry is bright.
+        const auto limit = static_cast<uint8_t>(step - begin - 1);
+        mapToPacked(from, to, progress,
+                    [&](const uint8_t* in, uint8_t* out, uint32_t n) { pixels.above(in, out, n, limit); });
+        return IMAGE_STATUS_OK;
+    }
     mapRows(from, to, progress,
             [&](const uint8_t* in, uint8_t* out, uint32_t n) { pixels.lookup(in, out, n, bright); });
     return IMAGE_STATUS_OK;

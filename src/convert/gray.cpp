@@ -33,7 +33,7 @@ int8_t lxImageTypeConvertTo16Gray(const ImageArea* source, const ImageArea* dest
 {
     if (source->type != IMAGE_TYPE_256GRAY || destination->type != IMAGE_TYPE_16GRAY)
         return IMAGE_STATUS_BAD_ARGUMENT;
-    mapRows(AreaView(*source), AreaView(*destination), progress, kernels().pixels->levels16);
+    mapToPacked(AreaView(*source), AreaView(*destination), progress, kernels().pixels->levels16);
     return IMAGE_STATUS_OK;
 }
 

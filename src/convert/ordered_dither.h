@@ -1,7 +1,4 @@
-// The thresholds of an ordered dither, laid out so that a row of pixels is compared with a row of thresholds.
-//
-// The matrix is expanded once per call: every matrix row is repeated over a chunk, so that the thresholds of any run of
-// pixels are one address.
+// The thresholds of an ordered dither, and the caller's matrix with its running phases.
 
 #pragma once
 
@@ -10,6 +7,7 @@
 namespace lx
 {
 
+// The thresholds of a matrix, each row repeated so that any 64 pixels find theirs in one place.
 class DitherRows
 {
   public:
@@ -20,19 +18,13 @@ class DitherRows
     DitherRows(unsigned columns, unsigned rows, Threshold threshold) noexcept : columns_(columns), rows_(rows)
     {
         for (unsigned r = 0; r < rows; ++r) {
-            for (unsigned c = 0; c < columns; ++c)
-                thresholds_[r][c] = threshold(r, c);
-            // Each copy doubles what is there, and ends at a multiple of the period.
-            for (size_t have = columns; have < sizeof thresholds_[r];) {
-                const size_t n = std::min(have, sizeof thresholds_[r] - have);
-                std::memcpy(thresholds_[r] + have, thresholds_[r], n);
-                have += n;
-            }
+            for (unsigned c = 0; c < sizeof thresholds_[r]; ++c)
+                thresholds_[r][c] = c < columns ? threshold(r, c) : thresholds_[r][c - columns];
         }
     }
 
-    // Thresholds of chunkPixels pixels in matrix row `row` < rows, the first one in matrix column `column` < columns.
-    const uint8_t* at(unsigned row, unsigned column) const { return thresholds_[row] + column; }
+    // The thresholds of row `row` < rows: a pattern with a period of columns().
+    const uint8_t* row(unsigned row) const { return thresholds_[row]; }
 
     unsigned columns() const { return columns_; }
     unsigned rows() const { return rows_; }
@@ -40,7 +32,7 @@ class DitherRows
   private:
     unsigned columns_;
     unsigned rows_;
-    alignas(64) uint8_t thresholds_[most][chunkPixels + most];
+    alignas(64) uint8_t thresholds_[most][most + 64];
 };
 
 // The caller's matrix with its running phases.
@@ -64,14 +56,28 @@ class PhasedDither
     {
     }
 
-    // Thresholds of the next n <= chunkPixels pixels of the line.
-    const uint8_t* next(uint32_t n) noexcept
+    // The thresholds of the next n pixels of the line: calls compare(k, pattern, period, phase, m) for stretches of m
+    // pixels from the k-th on, the arguments being those of the comparing kernels. All stretches but the last are
+    // whole bytes of bits.
+    template <class Compare>
+    void next(uint32_t n, Compare compare) noexcept
     {
-        if (x_ >= rows_.columns() || y_ >= rows_.rows())
-            return nextOutside(n);
-        const uint8_t* thresholds = rows_.at(y_, x_);
-        x_ = static_cast<uint16_t>((x_ + n) % rows_.columns());
-        return thresholds;
+        uint32_t k = 0;
+        while (k < n && !inside()) {
+            // Eight pixels at a time, until the phases have come round.
+            const uint32_t few = std::min<uint32_t>(n - k, 8);
+            uint8_t limits[8 + 63] = {};
+            for (uint32_t i = 0; i < few; ++i) {
+                limits[i] = inside() ? rows_.row(y_)[x_] : outsideThreshold;
+                x_ = step(x_, rows_.columns());
+            }
+            compare(k, limits, size_t{8}, size_t{0}, few);
+            k += few;
+        }
+        if (k == n)
+            return;
+        compare(k, rows_.row(y_), size_t{rows_.columns()}, size_t{x_}, n - k);
+        x_ = static_cast<uint16_t>((x_ + (n - k)) % rows_.columns());
     }
 
     void endLine() noexcept { y_ = step(y_, rows_.rows()); }
@@ -86,20 +92,11 @@ class PhasedDither
         return next == bound ? uint16_t{0} : next;
     }
 
-    const uint8_t* nextOutside(uint32_t n) noexcept
-    {
-        for (uint32_t i = 0; i < n; ++i) {
-            const bool inside = x_ < rows_.columns() && y_ < rows_.rows();
-            outside_[i] = inside ? *rows_.at(y_, x_) : outsideThreshold;
-            x_ = step(x_, rows_.columns());
-        }
-        return outside_;
-    }
+    bool inside() const { return x_ < rows_.columns() && y_ < rows_.rows(); }
 
     DitherRows rows_;
     uint16_t x_;
     uint16_t y_;
-    uint8_t outside_[chunkPixels];
 };
 
 } // namespace lx

@@ -32,31 +32,56 @@ void walkChunks(uint32_t width, uint32_t limit, Chunk chunk)
     }
 }
 
-// Point operations whose rule runs on from pixel to pixel: calls `step(source, destination, n)` with the canonical
-// rows of successive chunks of every line, in raster order, and `endLine(j)` after every line. Lines of neither packed
-// area are one chunk.
+// Point operations: calls `step(source, destination, n)` with the canonical rows of successive chunks of every line, in
+// raster order, and `endLine()` after every line.
 template <class Step, class EndLine>
-void mapLines(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step,
-              EndLine endLine)
+void mapRows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step, EndLine endLine)
 {
     RowReader reader(source);
     RowWriter writer(destination);
     const Overlap overlap(source, destination);
+    // Rows that are passed through need no chunks.
     const uint32_t limit = source.packed() || destination.packed() ? chunkPixels : overlap.width;
     walkLines(overlap.height, callback, [&](uint32_t j) {
         walkChunks(overlap.width, limit, [&](uint32_t i, uint32_t n) {
             step(reader.read(i, j, n), writer.open(i, j, n), n);
             writer.close();
         });
-        endLine(j);
+        endLine();
     });
 }
 
-// Point operations that need to know nothing but the pixels.
 template <class Step>
 void mapRows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step)
 {
-    mapLines(source, destination, callback, step, [](uint32_t) {});
+    mapRows(source, destination, callback, step, [] {});
+}
+
+// Point operations from bytes or triples to packed pixels, which they pack themselves: calls
+// `step(source, destination, n)` with the canonical row and the place of the packed row, in raster order, and
+// `endLine()` after every line.
+template <class Step, class EndLine>
+void mapToPacked(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step,
+                 EndLine endLine)
+{
+    PackedRowWriter writer(destination);
+    const Overlap overlap(source, destination);
+    walkLines(overlap.height, callback, [&](uint32_t j) {
+        for (uint32_t i = 0; i < overlap.width;) {
+            const uint32_t rest = overlap.width - i;
+            const uint32_t n = writer.head(i) != 0 ? std::min(writer.head(i), rest) : rest;
+            step(source.at(i, j), writer.open(i, j, n), n);
+            writer.close();
+            i += n;
+        }
+        endLine();
+    });
+}
+
+template <class Step>
+void mapToPacked(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step)
+{
+    mapToPacked(source, destination, callback, step, [] {});
 }
 
 // Bits to bytes: every pixel of the bilevel source becomes `zero` or `one`.
@@ -72,7 +97,8 @@ inline void mapBits(const AreaView& source, const AreaView& destination, uint8_t
 }
 
 // Point operations that leave some pixels as they are, or change what is there: calls `step(source, destination, n)`
-// with the canonical rows of chunks of every line, as mapLines does, the destination's holding its pixels.
+// with the canonical rows of chunks of every line, the destination's holding its pixels, and `endLine()` after every
+// line.
 template <class Step, class EndLine>
 void blendLines(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step,
                 EndLine endLine)
@@ -85,7 +111,7 @@ void blendLines(const AreaView& source, const AreaView& destination, ProgressCal
             step(reader.read(i, j, n), writer.load(i, j, n), n);
             writer.close();
         });
-        endLine(j);
+        endLine();
     });
 }
 

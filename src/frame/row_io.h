@@ -137,4 +137,45 @@ class RowWriter
     alignas(64) uint8_t chunk_[chunkPixels + 16];
 };
 
+// Where an operation that packs its pixels itself puts them: packed from the highest bit of a byte on.
+class PackedRowWriter
+{
+  public:
+    // `area` is packed.
+    explicit PackedRowWriter(const AreaView& area) noexcept : bits_(*kernels().bits), area_(area) {}
+
+    // Pixels from pixel i on that lie in a byte which they share with pixels before them: 0 to 7.
+    uint32_t head(uint32_t i) const { return (0U - area_.phase(i)) & area_.phaseMask(); }
+
+    // The place of the packed row of pixels i to i + n - 1 of line j. Where head(i) is not 0, n is at most that.
+    // What is left of the row's last byte may be overwritten.
+    uint8_t* open(uint32_t i, uint32_t j, uint32_t n) noexcept
+    {
+        destination_ = area_.at(i, j);
+        phase_ = area_.phase(i) * area_.bits();
+        rowBits_ = size_t{n} * area_.bits();
+        old_ = destination_[(phase_ + rowBits_ - 1) / 8];
+        return phase_ == 0 ? destination_ : &partial_;
+    }
+
+    void close() noexcept
+    {
+        if (phase_ != 0) {
+            bits_.copyBits(&partial_, 0, destination_, phase_, rowBits_);
+        } else if (rowBits_ % 8 != 0) {
+            uint8_t& last = destination_[rowBits_ / 8];
+            last = static_cast<uint8_t>((last & ~(0xFFU >> rowBits_ % 8)) | (old_ & (0xFFU >> rowBits_ % 8)));
+        }
+    }
+
+  private:
+    const BitKernels& bits_;
+    const AreaView area_;
+    uint8_t* destination_ = nullptr;
+    size_t rowBits_ = 0;
+    unsigned phase_ = 0;
+    uint8_t partial_ = 0;
+    uint8_t old_ = 0;
+};
+
 } // namespace lx

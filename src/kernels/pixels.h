@@ -24,18 +24,23 @@ struct PixelKernels {
     // destination[i] = component `component` (0 to 2) of triple i.
     void (*component)(const uint8_t* source, uint8_t* destination, size_t pixels, unsigned component);
 
-    // destination[i] = 1 if weighted luminance of triple i is at least 192, else 0: (R w33 + B w33) + G w34 as in
-    // weightedGray.
+    // The following write packed rows that start at the highest bit of a byte; what is left of the last byte becomes 0.
+
+    // Bit of pixel i = 1 if the weighted luminance of triple i, as in weightedGray but not truncated, is at least 192.
     void (*bright)(const uint8_t* source, uint8_t* destination, size_t pixels);
 
-    // destination[i] = floor(source[i] / 17).
-    void (*levels16)(const uint8_t* source, uint8_t* destination, size_t pixels);
-
-    // destination[i] = source[i] > threshold ? 1 : 0.
+    // Bit of pixel i = source[i] > threshold.
     void (*above)(const uint8_t* source, uint8_t* destination, size_t pixels, uint8_t threshold);
 
-    // destination[i] = source[i] > thresholds[i] ? 1 : 0.
-    void (*aboveEach)(const uint8_t* source, const uint8_t* thresholds, uint8_t* destination, size_t pixels);
+    // Bit of pixel i = source[i] > pattern[(phase + i) % period]. The pattern is repeated up to period + 63 bytes;
+    // phase < period <= 64.
+    void (*abovePattern)(const uint8_t* source, const uint8_t* pattern, size_t period, size_t phase,
+                         uint8_t* destination, size_t pixels);
+
+    // Nibble of pixel i = floor(source[i] / 17).
+    void (*levels16)(const uint8_t* source, uint8_t* destination, size_t pixels);
+
+    // And back to canonical rows:
 
     // destination[i] = table[source[i]], with a table of 256. Source and destination may be the same row.
     void (*lookup)(const uint8_t* source, uint8_t* destination, size_t pixels, const uint8_t* table);

@@ -1,0 +1,103 @@
+// Between bits and bytes, for the kernels that do so on their way.
+//
+// The portable forms handle eight pixels in one 64-bit word; the wide ones move 32 or 64 bits between a register of
+// bytes and a mask. A mask's bit k belongs to byte k, while a packed byte starts with its highest bit: each group of
+// eight is turned round on the way.
+
+#pragma once
+
+#include "kernels/level.h"
+
+#include <cstring>
+
+#if defined(LX_LEVEL_v3) || defined(LX_LEVEL_v4)
+#include <immintrin.h>
+#endif
+
+namespace lx::LX_LEVEL
+{
+
+namespace
+{
+
+#if defined(LX_LEVEL_v4)
+
+// Turns the bytes of each group of eight round.
+inline __m512i reverseEights(__m512i v)
+{
+    const __m512i order = _mm512_set4_epi32(0x08090A0B, 0x0C0D0E0F, 0x00010203, 0x04050607);
+    return _mm512_shuffle_epi8(v, order);
+}
+
+// The bit order of each byte turned round: a bit matrix product with the antidiagonal.
+inline uint64_t reverseBits(uint64_t bytes)
+{
+    const __m128i antidiagonal = _mm_set1_epi64x(static_cast<int64_t>(0x8040201008040201ULL));
+    const __m128i v = _mm_cvtsi64_si128(static_cast<int64_t>(bytes));
+    return static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_gf2p8affine_epi64_epi8(v, antidiagonal, 0)));
+}
+
+constexpr size_t wideBytes = 8; // packed bytes per step of the wide loops
+
+inline void unpackWide(const uint8_t* source, uint8_t* destination, uint8_t zero, uint8_t one)
+{
+    uint64_t bits;
+    std::memcpy(&bits, source, sizeof bits);
+    const __m512i v = _mm512_mask_blend_epi8(reverseBits(bits), _mm512_set1_epi8(static_cast<char>(zero)),
+                                             _mm512_set1_epi8(static_cast<char>(one)));
+    _mm512_storeu_si512(destination, v);
+}
+
+inline void packWide(const uint8_t* source, uint8_t* destination)
+{
+    const __m512i v = reverseEights(_mm512_loadu_si512(source));
+    const uint64_t bits = _mm512_test_epi8_mask(v, v);
+    std::memcpy(destination, &bits, sizeof bits);
+}
+
+#elif defined(LX_LEVEL_v3)
+
+constexpr size_t wideBytes = 4;
+
+inline void unpackWide(const uint8_t* source, uint8_t* destination, uint8_t zero, uint8_t one)
+{
+    int32_t bits;
+    std::memcpy(&bits, source, sizeof bits);
+    const __m256i spread = _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303);
+    const __m256i places = _mm256_set1_epi64x(0x0102040810204080);
+    const __m256i bytes = _mm256_shuffle_epi8(_mm256_set1_epi32(bits), spread);
+    const __m256i set = _mm256_cmpeq_epi8(_mm256_and_si256(bytes, places), places);
+    const __m256i v =
+        _mm256_blendv_epi8(_mm256_set1_epi8(static_cast<char>(zero)), _mm256_set1_epi8(static_cast<char>(one)), set);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination), v);
+}
+
+inline void packWide(const uint8_t* source, uint8_t* destination)
+{
+    const __m256i order =
+        _mm256_set_epi64x(0x08090A0B0C0D0E0F, 0x0001020304050607, 0x08090A0B0C0D0E0F, 0x0001020304050607);
+    const __m256i v = _mm256_shuffle_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(source)), order);
+    const int32_t bits = _mm256_movemask_epi8(_mm256_slli_epi16(v, 7));
+    std::memcpy(destination, &bits, sizeof bits);
+}
+
+#endif
+
+// Bit 7 - b of destination[k] = source[8 k + b], for k < bytes; source bytes are 0 or 1.
+inline void packBits(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t bytes)
+{
+    size_t k = 0;
+#if defined(LX_LEVEL_v3) || defined(LX_LEVEL_v4)
+    for (; k + wideBytes <= bytes; k += wideBytes)
+        packWide(source + 8 * k, destination + k);
+#endif
+    for (; k < bytes; ++k) {
+        // Eight 0/1 bytes gather in the top byte of a product; no two terms of it meet.
+        const uint64_t flags = loadLittle64(source + 8 * k);
+        destination[k] = static_cast<uint8_t>(flags * 0x8040201008040201ULL >> 56);
+    }
+}
+
+} // namespace
+
+} // namespace lx::LX_LEVEL
