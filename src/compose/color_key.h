@@ -47,11 +47,11 @@ struct OpaqueTable {
     uint8_t flags[256] = {};
 
     // Gray sources compare levels with the key's gray, within the tolerance; all others want the key's very colour.
-    OpaqueTable(const ColorKey& key, const ColorPalette& palette, unsigned indices, bool gray)
+    OpaqueTable(const ColorKey& key, const ColorPalette* palette, unsigned indices, bool gray)
     {
         const KeyRange levels(grayByWeights(key.color), key.tolerance);
         for (unsigned k = 0; k < indices; ++k) {
-            const uint8_t* entry = palette.entries[k];
+            const uint8_t* entry = palette->entries[k];
             const bool same = entry[0] == key.color[0] && entry[1] == key.color[1] && entry[2] == key.color[2];
             flags[k] = (gray ? levels.holds(k) : same) ? 0 : 1;
         }

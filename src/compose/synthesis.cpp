@@ -20,11 +20,11 @@ namespace
 
 struct Source {
     AreaView area;
-    const ColorPalette& palette;
+    const ColorPalette* palette;
     bool gray; // levels as such, and not indices: their key has a range
 
     // Anything but full colour is read as the palette's count says, whatever the type.
-    Source(const ImageArea& image, const ColorPalette& colors) noexcept
+    Source(const ImageArea& image, const ColorPalette* colors) noexcept
         : area(viewByCount(image, colors)), palette(colors), gray(area.bits() == 8 && image.type == IMAGE_TYPE_256GRAY)
     {
     }
@@ -33,12 +33,12 @@ struct Source {
     unsigned indices() const { return fullColor() ? 0 : 1U << area.bits(); }
 
   private:
-    static AreaView viewByCount(ImageArea image, const ColorPalette& colors)
+    static AreaView viewByCount(ImageArea image, const ColorPalette* colors)
     {
         if (image.type != IMAGE_TYPE_16MRGB)
-            image.type = colors.count <= 2    ? IMAGE_TYPE_BW
-                         : colors.count <= 16 ? IMAGE_TYPE_16GRAY
-                                              : IMAGE_TYPE_256GRAY;
+            image.type = colors->count <= 2    ? IMAGE_TYPE_BW
+                         : colors->count <= 16 ? IMAGE_TYPE_16GRAY
+                                               : IMAGE_TYPE_256GRAY;
         return AreaView(image);
     }
 };
@@ -51,7 +51,7 @@ struct IndexTable {
     IndexTable(const Source& source, Rule rule) noexcept
     {
         for (unsigned k = 0; k < source.indices(); ++k)
-            values[k] = rule(source.palette.entries[k]);
+            values[k] = rule(source.palette->entries[k]);
     }
 
     bool isIdentity() const
@@ -112,7 +112,7 @@ class ToBW
     static bool isShortcut(const Source& source, const uint8_t* entry)
     {
         return source.area.bits() != 1 && (entry[0] == 0 || entry[0] == 255) && entry[0] == entry[1] &&
-               entry[1] == source.palette.entries[0][2];
+               entry[1] == source.palette->entries[0][2];
     }
 
     const Kernels& kernels_ = kernels();
@@ -193,7 +193,7 @@ class To16MRGB
         const unsigned red = destination.blueFirst() ? 2 : 0;
         for (unsigned k = 0; k < source.indices(); ++k) {
             for (unsigned c = 0; c < 3; ++c)
-                colors_.component[c == 1 ? 1 : red ^ c][k] = source.palette.entries[k][c];
+                colors_.component[c == 1 ? 1 : red ^ c][k] = source.palette->entries[k][c];
         }
     }
 
@@ -280,7 +280,7 @@ void pasteBits(const Source& source, const AreaView& destination, const IndexTab
     });
 }
 
-int8_t SynthesizeToBW(const ImageArea& image, const ColorPalette& palette, const ImageArea& destination,
+int8_t SynthesizeToBW(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
                       ProgressCallback progress)
 {
     if (destination.type != IMAGE_TYPE_BW)
@@ -299,7 +299,7 @@ int8_t SynthesizeToBW(const ImageArea& image, const ColorPalette& palette, const
     return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeToBWWithKey(const ImageArea& image, const ColorPalette& palette, const ColorKey& key,
+int8_t SynthesizeToBWWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
                              const ImageArea& destination, ProgressCallback progress)
 {
     if (destination.type != IMAGE_TYPE_BW)
@@ -310,7 +310,7 @@ int8_t SynthesizeToBWWithKey(const ImageArea& image, const ColorPalette& palette
     return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo256Gray(const ImageArea& image, const ColorPalette& palette, const ImageArea& destination,
+int8_t SynthesizeTo256Gray(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
                            ProgressCallback progress)
 {
     if (destination.type != IMAGE_TYPE_256GRAY)
@@ -329,7 +329,7 @@ int8_t SynthesizeTo256Gray(const ImageArea& image, const ColorPalette& palette, 
     return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo256GrayWithKey(const ImageArea& image, const ColorPalette& palette, const ColorKey& key,
+int8_t SynthesizeTo256GrayWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
                                   const ImageArea& destination, ProgressCallback progress)
 {
     if (destination.type != IMAGE_TYPE_256GRAY)
@@ -343,7 +343,7 @@ int8_t SynthesizeTo256GrayWithKey(const ImageArea& image, const ColorPalette& pa
     return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo8RGB(const ImageArea& image, const ColorPalette& palette, const ImageArea& destination,
+int8_t SynthesizeTo8RGB(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
                         ProgressCallback progress)
 {
     if (destination.type != IMAGE_TYPE_8RGB)
@@ -354,7 +354,7 @@ int8_t SynthesizeTo8RGB(const ImageArea& image, const ColorPalette& palette, con
     return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo8RGBWithKey(const ImageArea& image, const ColorPalette& palette, const ColorKey& key,
+int8_t SynthesizeTo8RGBWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
                                const ImageArea& destination, ProgressCallback progress)
 {
     if (destination.type != IMAGE_TYPE_8RGB)
@@ -368,7 +368,7 @@ int8_t SynthesizeTo8RGBWithKey(const ImageArea& image, const ColorPalette& palet
     return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo16MRGB(const ImageArea& image, const ColorPalette& palette, const ImageArea& destination,
+int8_t SynthesizeTo16MRGB(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
                           ProgressCallback progress)
 {
     if (destination.type != IMAGE_TYPE_16MRGB)
@@ -380,7 +380,7 @@ int8_t SynthesizeTo16MRGB(const ImageArea& image, const ColorPalette& palette, c
     return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo16MRGBWithKey(const ImageArea& image, const ColorPalette& palette, const ColorKey& key,
+int8_t SynthesizeTo16MRGBWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
                                  const ImageArea& destination, ProgressCallback progress)
 {
     if (destination.type != IMAGE_TYPE_16MRGB)
@@ -413,17 +413,17 @@ int8_t lxSynthesizeToSpecificationArea(uint16_t useKey, const ImageArea* source,
     const bool plain = useKey == 0;
     switch (destination->type) {
     case IMAGE_TYPE_BW:
-        return plain ? SynthesizeToBW(*source, *palette, *destination, progress)
-                     : SynthesizeToBWWithKey(*source, *palette, key, *destination, progress);
+        return plain ? SynthesizeToBW(*source, palette, *destination, progress)
+                     : SynthesizeToBWWithKey(*source, palette, key, *destination, progress);
     case IMAGE_TYPE_256GRAY:
-        return plain ? SynthesizeTo256Gray(*source, *palette, *destination, progress)
-                     : SynthesizeTo256GrayWithKey(*source, *palette, key, *destination, progress);
+        return plain ? SynthesizeTo256Gray(*source, palette, *destination, progress)
+                     : SynthesizeTo256GrayWithKey(*source, palette, key, *destination, progress);
     case IMAGE_TYPE_8RGB:
-        return plain ? SynthesizeTo8RGB(*source, *palette, *destination, progress)
-                     : SynthesizeTo8RGBWithKey(*source, *palette, key, *destination, progress);
+        return plain ? SynthesizeTo8RGB(*source, palette, *destination, progress)
+                     : SynthesizeTo8RGBWithKey(*source, palette, key, *destination, progress);
     case IMAGE_TYPE_16MRGB:
-        return plain ? SynthesizeTo16MRGB(*source, *palette, *destination, progress)
-                     : SynthesizeTo16MRGBWithKey(*source, *palette, key, *destination, progress);
+        return plain ? SynthesizeTo16MRGB(*source, palette, *destination, progress)
+                     : SynthesizeTo16MRGBWithKey(*source, palette, key, *destination, progress);
     default:
         return IMAGE_STATUS_BAD_ARGUMENT;
     }

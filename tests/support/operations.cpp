@@ -11,6 +11,8 @@ namespace
 constexpr void (*adders[])(Operations&) = {
     addGrayOperations,
     addBilevelOperations,
+    addCorrectOperations,
+    addComposeOperations,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

@@ -101,5 +101,7 @@ ColorPalette paletteOf(uint16_t type);
 // Adders, one per family.
 void addGrayOperations(Operations& operations);
 void addBilevelOperations(Operations& operations);
+void addCorrectOperations(Operations& operations);
+void addComposeOperations(Operations& operations);
 
 } // namespace lxtest
