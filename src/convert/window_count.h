@@ -1,10 +1,14 @@
 // Gray levels from the number of set pixels in a window that starts at the pixel and reaches right and down.
 //
-// The count of every column's window is kept from line to line. When the window moves down, one row enters and one
-// leaves; walking from the right end of a line to the left, the change of a count is the change of its right
-// neighbour plus what the column gains on its left side less what it loses on its right. Counts are integers, so this
-// order is free, and no window size costs more than another. Wide areas are worked on in vertical strips, since the
-// counts live on the stack; progress is reported with the last strip.
+// Nothing is counted anew: when the windows move down a line, one row enters and one leaves, which gives every column a
+// gain of -1, 0 or 1. Counts are integers, so the order of counting is free.
+//
+// Small windows keep the counts of columns, sum the columns of each window, and take the level from a table. Others
+// keep the counts of windows, and no size costs more than another: walking from the right end of a line to the left,
+// the change of a count is the change of its right neighbour, plus the gain of the column that its window has and the
+// neighbour's has not, less the gain of the column that is the other way round.
+//
+// Wide areas are worked on in vertical strips, since counts live on the stack; progress is reported with the last.
 
 #pragma once
 
@@ -15,58 +19,19 @@
 namespace lx
 {
 
-constexpr uint32_t stripColumns = 4096;
-
-// The largest window whose counts are bytes.
-constexpr uint32_t maxByteSize = 15;
-
-// `Count` is uint32_t, or uint8_t for windows of less than 256 pixels, whose levels are looked up.
-template <unsigned Planes, class Count>
-class WindowCounts
+// The windows of `size` x `size` that start in one strip of columns, cut at the right and bottom of the overlap, and
+// the rows that enter and leave them. A fetch(plane, i, j, n, flags) unpacks n <= chunkPixels pixels to 0 and 1.
+class WindowStrip
 {
   public:
-    // Windows of `size` x `size`, cut at the right and bottom of the overlap, for the columns `left` to `right` - 1.
-    WindowCounts(uint32_t size, const Overlap& overlap, uint32_t left, uint32_t right, double rounding) noexcept
-        : kernels_(*kernels().window), size_(size), overlap_(overlap), left_(left), right_(right), rounding_(rounding),
-          step_(255.0 / (2.0 * size - 1.0))
+    static constexpr uint32_t mostColumns = 4096;
+
+    WindowStrip(uint32_t windowSize, const Overlap& area, uint32_t leftColumn, double roundingTerm) noexcept
+        : size(windowSize), overlap(area), left(leftColumn), columns(std::min(area.width - leftColumn, mostColumns)),
+          rounding(roundingTerm), step(255.0 / (2.0 * windowSize - 1.0))
     {
-        for (auto& counts : counts_)
-            std::memset(counts, 0, (right - left) * sizeof counts[0]);
     }
 
-    // Moves the windows down to line j: row j + size - 1 enters and row j - 1 leaves. Lines are taken in order.
-    template <class Fetch>
-    void moveTo(uint32_t j, Fetch fetch)
-    {
-        if (j == 0) {
-            for (uint32_t row = 0; row < std::min(size_ - 1, overlap_.height); ++row)
-                change({.enters = true, .leaves = false, .entering = row, .leaving = 0}, fetch);
-            rowsInWindow_ = 0;
-        }
-        const bool enters = size_ - 1 < overlap_.height - j;
-        change({.enters = enters, .leaves = j != 0, .entering = enters ? j + (size_ - 1) : 0, .leaving = j - 1}, fetch);
-        setRows(std::min(size_, overlap_.height - j));
-    }
-
-    // Writes the levels of the strip's columns: level(plane) is where the first column's level goes.
-    template <class Level>
-    void shade(Level level) const
-    {
-        const uint32_t columns = right_ - left_;
-        for (unsigned plane = 0; plane < Planes; ++plane) {
-            if constexpr (sizeof(Count) == 1) {
-                const uint32_t whole = std::min(columns, firstCut() - std::min(firstCut(), left_));
-                kernels().pixels->lookup(counts_[plane], level(plane), whole, levels_);
-                uint32_t counts[maxByteSize];
-                std::copy(counts_[plane] + whole, counts_[plane] + columns, counts);
-                kernels_.shade(counts, scales_ + whole, level(plane) + whole, 1, columns - whole, step_, rounding_);
-            } else {
-                kernels_.shade(counts_[plane], scales_, level(plane), Planes, columns, step_, rounding_);
-            }
-        }
-    }
-
-  private:
     struct Rows {
         bool enters;
         bool leaves;
@@ -74,133 +39,241 @@ class WindowCounts
         uint32_t leaving;
     };
 
-    template <class Fetch>
-    void change(const Rows& rows, Fetch fetch)
+    // Calls move(rows) for the moves that bring the windows to line j, which are many for line 0: the windows come in
+    // from above. Lines are taken in order.
+    template <class Move>
+    void moveTo(uint32_t j, Move move)
     {
-        for (unsigned plane = 0; plane < Planes; ++plane) {
-            int32_t moved = rightOfStrip(plane, rows, fetch);
-            for (uint32_t end = right_; end != left_;) {
-                const uint32_t begin = pieceBefore(end);
-                const uint32_t n = end - begin;
-                const bool inside = size_ < overlap_.width - begin;
-                const uint32_t beyond = inside ? begin + size_ : 0;
-                kernels_.drift(row(0, plane, begin, rows.entering, n, rows.enters, fetch),
-                               row(1, plane, begin, rows.leaving, n, rows.leaves, fetch),
-                               row(2, plane, beyond, rows.entering, n, rows.enters && inside, fetch),
-                               row(3, plane, beyond, rows.leaving, n, rows.leaves && inside, fetch), drift_, n);
-                moved = slide(counts_[plane] + (begin - left_), n, moved);
-                end = begin;
-            }
+        if (j == 0) {
+            for (uint32_t row = 0; row < std::min(size - 1, overlap.height); ++row)
+                move(Rows{.enters = true, .leaves = false, .entering = row, .leaving = 0});
         }
+        const bool enters = size - 1 < overlap.height - j;
+        move(Rows{.enters = enters, .leaves = j != 0, .entering = enters ? j + (size - 1) : 0, .leaving = j - 1});
     }
 
-    // Where the piece that ends at `end` begins: a chunk to the left at most, and at the column from which on windows
-    // are cut by the right edge.
-    uint32_t pieceBefore(uint32_t end) const
+    // Calls piece(k, n, entering, leaving) with the flags of columns i + k to i + k + n - 1, for pieces of the n
+    // columns from column i on that lie inside the overlap. Returns how many do.
+    template <class Fetch, class Piece>
+    uint32_t walkColumns(unsigned plane, uint64_t i, uint32_t n, const Rows& rows, Fetch fetch, Piece piece)
     {
-        const uint32_t begin = end - std::min(end - left_, chunkPixels);
-        return begin < firstCut() && firstCut() < end ? firstCut() : begin;
+        const auto inside = static_cast<uint32_t>(i < overlap.width ? std::min<uint64_t>(n, overlap.width - i) : 0);
+        const auto first = static_cast<uint32_t>(i);
+        walkChunks(inside, chunkPixels, [&](uint32_t k, uint32_t few) {
+            fill(entering_, plane, first + k, rows.entering, few, rows.enters, fetch);
+            fill(leaving_, plane, first + k, rows.leaving, few, rows.leaves, fetch);
+            piece(k, few, entering_, leaving_);
+        });
+        return inside;
     }
 
-    // The first column whose window ends at the right edge or is cut by it.
-    uint32_t firstCut() const { return overlap_.width - std::min(size_, overlap_.width); }
-
-    int32_t slide(uint32_t* counts, uint32_t n, int32_t change) { return kernels_.slide(drift_, counts, n, change); }
-    int32_t slide(uint8_t* counts, uint32_t n, int32_t change)
+    // What a count is multiplied by, in a window of `size` rows and columns or less.
+    float scale(uint32_t columnsInWindow, uint32_t rowsInWindow) const
     {
-        return kernels_.slideBytes(drift_, counts, n, change);
+        return static_cast<float>(2 * size) / static_cast<float>(columnsInWindow * rowsInWindow);
+    }
+    uint32_t rowsInWindow(uint32_t j) const { return std::min(size, overlap.height - j); }
+    uint32_t columnsInWindow(uint32_t k) const { return std::min(size, overlap.width - left - k); }
+
+    // Columns of the strip whose windows are not cut at the right.
+    uint32_t wholeWindows() const
+    {
+        const uint32_t firstCut = overlap.width - std::min(size - 1, overlap.width);
+        return std::min(columns, firstCut - std::min(firstCut, left));
     }
 
-    // What the window of the column right of the strip gains.
+    const uint32_t size;
+    const Overlap overlap;
+    const uint32_t left;
+    const uint32_t columns;
+    const double rounding;
+    const double step;
+    const WindowKernels& kernels = *lx::kernels().window;
+
+  private:
     template <class Fetch>
-    int32_t rightOfStrip(unsigned plane, const Rows& rows, Fetch fetch)
-    {
-        int32_t gain = 0;
-        const uint32_t end = right_ + std::min(size_, overlap_.width - right_);
-        for (uint32_t i = right_; i < end;) {
-            const uint32_t n = std::min(end - i, chunkPixels);
-            const uint8_t* entering = row(0, plane, i, rows.entering, n, rows.enters, fetch);
-            const uint8_t* leaving = row(1, plane, i, rows.leaving, n, rows.leaves, fetch);
-            for (uint32_t k = 0; k < n; ++k)
-                gain += entering[k] - leaving[k];
-            i += n;
-        }
-        return gain;
-    }
-
-    template <class Fetch>
-    const uint8_t* row(unsigned slot, unsigned plane, uint32_t i, uint32_t j, uint32_t n, bool exists, Fetch fetch)
+    static void fill(uint8_t* flags, unsigned plane, uint32_t i, uint32_t j, uint32_t n, bool exists, Fetch fetch)
     {
         if (exists)
-            fetch(plane, i, j, n, flags_[slot]);
+            fetch(plane, i, j, n, flags);
         else
-            std::memset(flags_[slot], 0, n);
-        return flags_[slot];
+            std::memset(flags, 0, n);
+    }
+
+    alignas(64) uint8_t entering_[chunkPixels];
+    alignas(64) uint8_t leaving_[chunkPixels];
+};
+
+// Windows of one plane whose counts are bytes.
+class SmallWindows
+{
+  public:
+    static constexpr uint32_t mostSize = 15;
+
+    SmallWindows(uint32_t size, const Overlap& overlap, uint32_t left, double rounding) noexcept
+        : strip_(size, overlap, left, rounding)
+    {
+    }
+
+    uint32_t columns() const { return strip_.columns; }
+
+    // Shades line j: level(plane) is where the first column's level goes.
+    template <class Fetch, class Level>
+    void shade(uint32_t j, Fetch fetch, Level level)
+    {
+        strip_.moveTo(j, [&](const WindowStrip::Rows& rows) {
+            strip_.walkColumns(0, strip_.left, strip_.columns + strip_.size - 1, rows, fetch,
+                               [&](uint32_t k, uint32_t n, const uint8_t* entering, const uint8_t* leaving) {
+                                   strip_.kernels.slideColumns(entering, leaving, counts_ + k, n);
+                               });
+        });
+        setRows(strip_.rowsInWindow(j));
+        uint8_t* levels = level(0);
+        const uint32_t whole = strip_.wholeWindows();
+        strip_.kernels.shadeSums(counts_, strip_.size, levels_, levels, whole);
+        shadeCut(levels, whole, strip_.rowsInWindow(j));
+    }
+
+  private:
+    void setRows(uint32_t rows)
+    {
+        if (rows == rows_)
+            return;
+        rows_ = rows;
+        uint32_t counts[256];
+        float scales[256];
+        std::iota(counts, counts + 256, 0U);
+        std::fill(scales, scales + 256, strip_.scale(strip_.size, rows));
+        const uint32_t possible = strip_.size * rows + 1;
+        strip_.kernels.shade(counts, scales, levels_, 1, possible, strip_.step, strip_.rounding);
+    }
+
+    // The windows from column `first` on, which are cut at the right: fewer than `size`.
+    void shadeCut(uint8_t* levels, uint32_t first, uint32_t rows) const
+    {
+        uint32_t counts[mostSize];
+        float scales[mostSize];
+        // They end at the right edge, which may lie in the next strip: nothing is counted beyond it.
+        uint32_t sum = std::accumulate(counts_ + strip_.columns, counts_ + strip_.columns + strip_.size, 0U);
+        for (uint32_t k = strip_.columns; k-- > first;) {
+            sum += counts_[k];
+            counts[k - first] = sum;
+            scales[k - first] = strip_.scale(strip_.columnsInWindow(k), rows);
+        }
+        strip_.kernels.shade(counts, scales, levels + first, 1, strip_.columns - first, strip_.step, strip_.rounding);
+    }
+
+    WindowStrip strip_;
+    uint32_t rows_ = 0;
+    uint8_t levels_[256] = {}; // of the counts of windows that are not cut at the right
+    alignas(64) uint8_t counts_[WindowStrip::mostColumns + mostSize + 64] = {}; // of columns
+};
+
+// Windows of any size, in `Planes` planes.
+template <unsigned Planes>
+class LargeWindows
+{
+  public:
+    LargeWindows(uint32_t size, const Overlap& overlap, uint32_t left, double rounding) noexcept
+        : strip_(size, overlap, left, rounding)
+    {
+    }
+
+    uint32_t columns() const { return strip_.columns; }
+
+    // Shades line j: level(plane) is where the first column's level goes.
+    template <class Fetch, class Level>
+    void shade(uint32_t j, Fetch fetch, Level level)
+    {
+        strip_.moveTo(j, [&](const WindowStrip::Rows& rows) {
+            for (unsigned plane = 0; plane < Planes; ++plane)
+                move(plane, rows, fetch);
+        });
+        setRows(strip_.rowsInWindow(j));
+        for (unsigned plane = 0; plane < Planes; ++plane)
+            strip_.kernels.shade(counts_[plane], scales_, level(plane), Planes, strip_.columns, strip_.step,
+                                 strip_.rounding);
+    }
+
+  private:
+    static constexpr uint32_t reach = WindowStrip::mostColumns;
+
+    template <class Fetch>
+    void move(unsigned plane, const WindowStrip::Rows& rows, Fetch fetch)
+    {
+        const uint32_t columns = strip_.columns;
+        const uint64_t left = strip_.left;
+        // Windows up to `reach` lose columns that follow the strip's own; what larger ones lose is far away.
+        int32_t change = 0;
+        const int8_t* lost = gains_ + reach;
+        if (strip_.size <= reach) {
+            lost = gains_ + strip_.size;
+            fillGains(gains_, plane, left, columns + strip_.size, rows, fetch);
+            change = std::accumulate(gains_ + columns, gains_ + columns + strip_.size, 0);
+        } else {
+            walkChunks(strip_.size, reach, [&](uint32_t i, uint32_t n) {
+                fillGains(gains_, plane, left + columns + i, n, rows, fetch);
+                change = std::accumulate(gains_, gains_ + n, change);
+            });
+            fillGains(gains_, plane, left, columns, rows, fetch);
+            fillGains(gains_ + reach, plane, left + strip_.size, columns, rows, fetch);
+        }
+        strip_.kernels.slide(gains_, lost, counts_[plane], columns, change);
+    }
+
+    // The gains of n columns from column i on; those beyond the right edge gain nothing.
+    template <class Fetch>
+    void fillGains(int8_t* gains, unsigned plane, uint64_t i, uint32_t n, const WindowStrip::Rows& rows, Fetch fetch)
+    {
+        const uint32_t inside = strip_.walkColumns(
+            plane, i, n, rows, fetch, [&](uint32_t k, uint32_t few, const uint8_t* entering, const uint8_t* leaving) {
+                strip_.kernels.gain(entering, leaving, gains + k, few);
+            });
+        std::memset(gains + inside, 0, n - inside);
     }
 
     void setRows(uint32_t rows)
     {
-        if (rows == rowsInWindow_)
+        if (rows == rows_)
             return;
-        rowsInWindow_ = rows;
-        const auto twice = static_cast<float>(2 * size_);
-        for (uint32_t i = left_; i < right_; ++i) {
-            const uint32_t columns = std::min(size_, overlap_.width - i);
-            scales_[i - left_] = twice / static_cast<float>(columns * rows);
-        }
-        if constexpr (sizeof(Count) == 1) {
-            uint32_t counts[256];
-            float scales[256];
-            std::iota(counts, counts + 256, 0U);
-            std::fill(scales, scales + 256, twice / static_cast<float>(size_ * rows));
-            kernels_.shade(counts, scales, levels_, 1, size_ * rows + 1, step_, rounding_);
-        }
+        rows_ = rows;
+        for (uint32_t k = 0; k < strip_.columns; ++k)
+            scales_[k] = strip_.scale(strip_.columnsInWindow(k), rows);
     }
 
-    const WindowKernels& kernels_;
-    const uint32_t size_;
-    const Overlap overlap_;
-    const uint32_t left_;
-    const uint32_t right_;
-    const double rounding_;
-    const double step_;
-    uint32_t rowsInWindow_ = 0;
-    uint8_t levels_[256] = {}; // of the counts of windows that are not cut at the right
-    alignas(64) Count counts_[Planes][stripColumns];
-    alignas(64) float scales_[stripColumns];
-    alignas(64) uint8_t flags_[4][chunkPixels];
-    alignas(64) uint8_t drift_[chunkPixels];
+    WindowStrip strip_;
+    uint32_t rows_ = 0;
+    alignas(64) uint32_t counts_[Planes][WindowStrip::mostColumns] = {}; // of windows
+    alignas(64) float scales_[WindowStrip::mostColumns];
+    alignas(64) int8_t gains_[2 * reach];
 };
 
-// Shades `Planes` bit planes into interleaved bytes. fetch(plane, i, j, n, flags) unpacks the pixels i to i + n - 1 of
-// line j to 0 and 1; level(plane, i, j) is where the level of pixel i of line j goes.
-template <unsigned Planes, class Count, class Fetch, class Level>
+template <class Windows, class Fetch, class Level>
 void shadeStrips(uint32_t size, const Overlap& overlap, ProgressCallback progress, double rounding, Fetch fetch,
                  Level level)
 {
     uint32_t left = 0;
     do {
-        const uint32_t right = left + std::min(overlap.width - left, stripColumns);
-        WindowCounts<Planes, Count> windows(size, overlap, left, right, rounding);
-        walkLines(overlap.height, right == overlap.width ? progress : nullptr, [&](uint32_t j) {
-            if (left == right)
-                return;
-            windows.moveTo(j, fetch);
-            windows.shade([&](unsigned plane) { return level(plane, left, j); });
+        Windows windows(size, overlap, left, rounding);
+        const bool last = windows.columns() == overlap.width - left;
+        walkLines(overlap.height, last ? progress : nullptr, [&](uint32_t j) {
+            if (windows.columns() != 0)
+                windows.shade(j, fetch, [&](unsigned plane) { return level(plane, left, j); });
         });
-        left = right;
+        left += windows.columns();
     } while (left < overlap.width);
 }
 
+// Shades `Planes` bit planes into interleaved bytes. fetch(plane, i, j, n, flags) unpacks the pixels i to i + n - 1 of
+// line j, at most chunkPixels, to 0 and 1; level(plane, i, j) is where the level of pixel i of line j goes.
 template <unsigned Planes, class Fetch, class Level>
 void shadeWindows(uint32_t size, const Overlap& overlap, ProgressCallback progress, double rounding, Fetch fetch,
                   Level level)
 {
-    if constexpr (Planes == 1) {
-        if (size <= maxByteSize)
-            return shadeStrips<1, uint8_t>(size, overlap, progress, rounding, fetch, level);
-    }
-    shadeStrips<Planes, uint32_t>(size, overlap, progress, rounding, fetch, level);
+    if (Planes == 1 && size <= SmallWindows::mostSize)
+        shadeStrips<SmallWindows>(size, overlap, progress, rounding, fetch, level);
+    else
+        shadeStrips<LargeWindows<Planes>>(size, overlap, progress, rounding, fetch, level);
 }
 
 } // namespace lx

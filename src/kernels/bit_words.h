@@ -43,7 +43,12 @@ inline void unpackWide(const uint8_t* source, uint8_t* destination, uint8_t zero
 {
     uint64_t bits;
     std::memcpy(&bits, source, sizeof bits);
-    const __m512i v = _mm512_mask_blend_epi8(reverseBits(bits), _mm512_set1_epi8(static_cast<char>(zero)),
+    const __m512i spread =
+        _mm512_set_epi64(0x0707070707070707, 0x0606060606060606, 0x0505050505050505, 0x0404040404040404,
+                         0x0303030303030303, 0x0202020202020202, 0x0101010101010101, 0);
+    const __m512i bytes = _mm512_shuffle_epi8(_mm512_set1_epi64(static_cast<int64_t>(bits)), spread);
+    const __mmask64 set = _mm512_test_epi8_mask(bytes, _mm512_set1_epi64(0x0102040810204080));
+    const __m512i v = _mm512_mask_blend_epi8(set, _mm512_set1_epi8(static_cast<char>(zero)),
                                              _mm512_set1_epi8(static_cast<char>(one)));
     _mm512_storeu_si512(destination, v);
 }

@@ -3,6 +3,7 @@
 // Rounded grays are integer forms of the stated sums, equal to them on all 2^24 colours.
 
 #include "kernels/kernel_tables.h"
+#include "kernels/lookup_table.h"
 
 #include <cstring>
 
@@ -167,13 +168,13 @@ void overlayLookup(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT row, 
 {
     size_t i = 0;
 #if defined(LX_LEVEL_v4)
-    const Table256 fresh(values);
-    const Table256 opaque(flags);
+    const LookupTable fresh(values);
+    const LookupTable opaque(flags);
     for (; i + 64 <= pixels; i += 64) {
         const __m512i index = _mm512_loadu_si512(source + i);
-        const __m512i flag = opaque.at(index);
+        const __m512i flag = opaque.look(index);
         const __m512i old = _mm512_loadu_si512(row + i);
-        _mm512_storeu_si512(row + i, _mm512_mask_mov_epi8(old, _mm512_test_epi8_mask(flag, flag), fresh.at(index)));
+        _mm512_storeu_si512(row + i, _mm512_mask_mov_epi8(old, _mm512_test_epi8_mask(flag, flag), fresh.look(index)));
     }
 #endif
     for (; i < pixels; ++i)

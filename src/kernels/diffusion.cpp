@@ -198,7 +198,8 @@ class Wave
   public:
     Wave(const DiffusionLines& lines, unsigned firstLine, unsigned channel)
         : lines_(lines), firstLine_(firstLine), channel_(channel),
-          blocks_(static_cast<int64_t>((lines.phase + lines.width + 7) / 8))
+          blocks_(static_cast<int64_t>((lines.phase + lines.width + 7) / 8)),
+          lastPlace_(static_cast<int>((lines.phase + lines.width - 1) % 8))
     {
         const Vector zero = Lanes::all(0.0);
         chain.right = chain.belowSum = chain.lowerRight = zero;
@@ -219,32 +220,25 @@ class Wave
         for (int l = 0; l < Lanes::count; ++l) {
             const int64_t block = time - l;
             const uint8_t* line = lines_.source[firstLine_ + static_cast<unsigned>(l)];
-            if constexpr (Inside) {
-                rows[l] = loadEight<Stride>(line + pixelAt(block, 0) * Stride, channel_);
-            } else {
-                uint8_t eight[8] = {};
-                for (int s = 0; s < 8; ++s) {
-                    if (isPixel(block, s))
-                        eight[s] = line[pixelAt(block, s) * Stride + channel_];
-                }
-                std::memcpy(&rows[l], eight, sizeof eight);
-            }
+            rows[l] = Inside || placesOf(block) == 0xFF ? loadEight<Stride>(line + pixelAt(block, 0) * Stride, channel_)
+                                                        : loadSome(line, block);
         }
         Lanes::transpose(rows, chain.tile);
         chain.on = 0;
     }
 
-    // Every lane does place s of its block.
+    // Every lane does place s of its block. `in` and `out` are the carry row's entries of the blocks that the first
+    // lane takes up and that the last lane has finished.
     template <bool Inside>
-    void step(int64_t time, int s, const Weights& weights)
+    void step(int64_t time, int s, const Weights& weights, const double* in, double* out)
     {
         const Vector zero = Lanes::all(0.0);
         const Vector white = Lanes::all(255.0);
         Vector carried = chain.ring[s];
         if (Inside || isPixel(time - Lanes::count, s))
-            *carryAt(time - Lanes::count, s) = Lanes::first(carried);
+            out[s * Stride] = Lanes::first(carried);
         if (Inside || isPixel(time, s))
-            carried = Lanes::withFirst(carried, carryAt(time, s));
+            carried = Lanes::withFirst(carried, in + s * Stride);
         const Vector sum = Lanes::add(Lanes::fromBytes(chain.tile[s]), carried);
         const Vector work = Lanes::least(white, Lanes::greatest(zero, sum));
         const Vector v = Lanes::add(chain.right, work);
@@ -278,7 +272,7 @@ class Wave
         }
         const int64_t lane = time - (blocks_ - 1);
         if (lane >= 0 && lane < Lanes::count) {
-            Lanes::store(lanes, chain.errors[(lines_.phase + lines_.width - 1) % 8]);
+            Lanes::store(lanes, chain.errors[lastPlace_]);
             lastErrors_[lane] = lanes[lane];
         }
     }
@@ -293,37 +287,56 @@ class Wave
         }
     }
 
-    // The bits of a block's places that are pixels of the line.
-    unsigned pixelBits(int64_t block) const
+    // The carry row's entry of the first place of a block; the place need not be a pixel.
+    double* carryAt(int64_t block) const { return lines_.carry + pixelAt(block, 0) * Stride + channel_; }
+
+    // The places of a block that are pixels of the line, the first place highest.
+    unsigned placesOf(int64_t block) const
     {
-        unsigned bits = 0;
-        for (int s = 0; s < 8; ++s)
-            bits |= isPixel(block, s) ? 0x80U >> s : 0;
-        return bits;
+        if (block < 0 || block >= blocks_)
+            return 0;
+        return (block == 0 ? 0xFFU >> lines_.phase : 0xFFU) &
+               (block == blocks_ - 1 ? 0xFFU << (7 - lastPlace_) : 0xFFU);
     }
 
     Chain chain;
 
   private:
     int64_t pixelAt(int64_t block, int s) const { return block * 8 + s - static_cast<int64_t>(lines_.phase); }
-    bool isPixel(int64_t block, int s) const
-    {
-        const int64_t p = pixelAt(block, s);
-        return p >= 0 && p < static_cast<int64_t>(lines_.width);
-    }
+    bool isPixel(int64_t block, int s) const { return (placesOf(block) << s & 0x80) != 0; }
+
+    // The lanes that are at a pixel at place s: those inside their lines, but for the lanes in the first and the last
+    // block at places beside the line.
     unsigned lanesAtPixels(int64_t time, int s) const
     {
-        unsigned bits = 0;
-        for (int l = 0; l < Lanes::count; ++l)
-            bits |= (isPixel(time - l, s) ? 1U : 0U) << l;
-        return bits;
+        const auto upTo = [](int64_t lane) { return lane < 0 ? 0U : lane >= 31 ? ~0U : (2U << lane) - 1; };
+        const int64_t atFirst = time;
+        const int64_t atLast = time - (blocks_ - 1);
+        unsigned lanes = upTo(atFirst) & ~upTo(atLast - 1);
+        if (s < static_cast<int>(lines_.phase))
+            lanes &= ~(upTo(atFirst) ^ upTo(atFirst - 1));
+        if (s > lastPlace_)
+            lanes &= ~(upTo(atLast) ^ upTo(atLast - 1));
+        return lanes;
     }
-    double* carryAt(int64_t block, int s) const { return lines_.carry + pixelAt(block, s) * Stride + channel_; }
+
+    // The bytes of those places of a block that are pixels.
+    uint64_t loadSome(const uint8_t* line, int64_t block) const
+    {
+        uint8_t eight[8] = {};
+        const unsigned places = placesOf(block);
+        for (int s = 0; places != 0 && s < 8; ++s) {
+            if ((places << s & 0x80) != 0)
+                eight[s] = line[pixelAt(block, s) * Stride + channel_];
+        }
+        return loadLittle64(eight);
+    }
 
     const DiffusionLines& lines_;
     const unsigned firstLine_;
     const unsigned channel_;
     const int64_t blocks_;
+    const int lastPlace_; // of the last block
     double firstErrors_[Lanes::count];
     double lastErrors_[Lanes::count];
 };
@@ -341,10 +354,16 @@ void runBlock(Wave<Stride>* waves, int64_t time, int64_t delay, const Weights& w
 {
     for (int c = 0; c < Chains; ++c)
         waves[c].template load<Inside>(time - c * delay);
+    const double* in[Chains];
+    double* out[Chains];
+    for (int c = 0; c < Chains; ++c) {
+        in[c] = waves[c].carryAt(time - c * delay);
+        out[c] = waves[c].carryAt(time - c * delay - Lanes::count);
+    }
 #pragma GCC unroll 8
     for (int s = 0; s < 8; ++s) {
         for (int c = 0; c < Chains; ++c)
-            waves[c].template step<Inside>(time - c * delay, s, weights);
+            waves[c].template step<Inside>(time - c * delay, s, weights, in[c], out[c]);
     }
     if constexpr (!Inside) {
         for (int c = 0; c < Chains; ++c)
@@ -389,7 +408,7 @@ void diffuseGroups(const DiffusionLines& lines, Wave<1>* waves)
                 uint8_t* line = lines.destination[c * Lanes::count + l];
                 if (inside)
                     line[block] = fresh;
-                else if (const unsigned owned = waves[c].pixelBits(block); owned != 0)
+                else if (const unsigned owned = waves[c].placesOf(block); owned != 0)
                     writeBits(line + block, fresh, owned);
             }
         }
@@ -435,8 +454,7 @@ unsigned diffuseColor(const DiffusionLines& lines, bool blueFirst)
             const auto spread = [&](uint64_t bytes) { return spreadToNibbles(static_cast<uint8_t>(bytes >> 8 * l)); };
             const uint32_t fresh = spread(red) | spread(green) << 1 | spread(blue) << 2;
             const int64_t block = time - l;
-            const uint32_t owned =
-                inside ? ~0U : spreadToNibbles(static_cast<uint8_t>(waves[0].pixelBits(block))) * 15U;
+            const uint32_t owned = inside ? ~0U : spreadToNibbles(static_cast<uint8_t>(waves[0].placesOf(block))) * 15U;
             for (int k = 0; k < 4; ++k) {
                 const unsigned mask = owned >> (24 - 8 * k) & 0xFF;
                 if (mask != 0)

@@ -7,6 +7,7 @@
 
 #include "kernels/bit_words.h"
 #include "kernels/kernel_tables.h"
+#include "kernels/lookup_table.h"
 
 #include <cstring>
 
@@ -37,7 +38,11 @@ __m512i loadPixels(const uint8_t* source, size_t n)
 // The bits of 64 pixels, or of the first n.
 void storeBits(uint8_t* destination, uint64_t bits, size_t n)
 {
-    std::memcpy(destination, &bits, n >= 64 ? sizeof bits : (n + 7) / 8);
+    if (n >= 64)
+        std::memcpy(destination, &bits, sizeof bits);
+    else
+        _mm_mask_storeu_epi8(destination, static_cast<__mmask16>(firstOf64((n + 7) / 8)),
+                             _mm_cvtsi64_si128(static_cast<int64_t>(bits)));
 }
 
 // 32 triples: x = 33 (R + B) + 34 G of each, and the first two components as the bytes of 16-bit lanes.
@@ -122,9 +127,9 @@ void abovePattern(const uint8_t* LX_RESTRICT source, const uint8_t* LX_RESTRICT 
 {
     const size_t advance = 64 % period;
     for (size_t i = 0; i < pixels; i += 64) {
-        const __m512i limits = _mm512_loadu_si512(pattern + phase);
-        const uint64_t flags = _mm512_cmpgt_epu8_mask(loadPixels(source + i, pixels - i), limits);
-        storeBits(destination + i / 8, reverseBits(flags), pixels - i);
+        const __m512i limits = reverseEights(_mm512_loadu_si512(pattern + phase));
+        const __m512i v = reverseEights(loadPixels(source + i, pixels - i));
+        storeBits(destination + i / 8, _mm512_cmpgt_epu8_mask(v, limits), pixels - i);
         phase += advance;
         phase -= phase >= period ? period : 0;
     }
@@ -272,27 +277,20 @@ void component(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destinati
         destination[i] = bytes[3 * i];
 }
 
-void lookup(const uint8_t* source, uint8_t* destination, size_t pixels, const uint8_t* LX_RESTRICT table)
+void lookup(const uint8_t* source, uint8_t* destination, size_t pixels, const uint8_t* table)
 {
-    size_t i = 0;
-#if defined(LX_LEVEL_v4)
-    const Table256 entries(table);
-    for (; i + 64 <= pixels; i += 64)
-        _mm512_storeu_si512(destination + i, entries.at(_mm512_loadu_si512(source + i)));
-#endif
-    for (; i < pixels; ++i)
-        destination[i] = table[source[i]];
+    LookupTable(table).look(source, destination, pixels);
 }
 
 void colors(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, const ColorTable& table)
 {
     size_t i = 0;
 #if defined(LX_LEVEL_v4)
-    const Table256 tables[3] = {Table256(table.component[0]), Table256(table.component[1]),
-                                Table256(table.component[2])};
+    const LookupTable tables[3] = {LookupTable(table.component[0]), LookupTable(table.component[1]),
+                                   LookupTable(table.component[2])};
     for (; i + 64 <= pixels; i += 64) {
         const __m512i index = _mm512_loadu_si512(source + i);
-        storeTriples({tables[0].at(index), tables[1].at(index), tables[2].at(index)}, destination + 3 * i);
+        storeTriples({tables[0].look(index), tables[1].look(index), tables[2].look(index)}, destination + 3 * i);
     }
 #endif
     for (; i < pixels; ++i) {

@@ -1,5 +1,4 @@
-// Sixty-four pixels in registers, for kernels at the level v4: tables of bytes, and triples taken apart and put
-// together.
+// Sixty-four triples in registers, taken apart and put together, for kernels at the level v4.
 
 #pragma once
 
@@ -13,25 +12,6 @@ namespace lx::LX_LEVEL
 
 namespace
 {
-
-// A table of 256 bytes in four registers.
-struct Table256 {
-    __m512i part[4];
-
-    explicit Table256(const uint8_t* table)
-        : part{_mm512_loadu_si512(table), _mm512_loadu_si512(table + 64), _mm512_loadu_si512(table + 128),
-               _mm512_loadu_si512(table + 192)}
-    {
-    }
-
-    // Two permutes find the entry in either half, and the index's top bit chooses.
-    __m512i at(__m512i index) const
-    {
-        const __m512i low = _mm512_permutex2var_epi8(part[0], index, part[1]);
-        const __m512i high = _mm512_permutex2var_epi8(part[2], index, part[3]);
-        return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
-    }
-};
 
 // The three bytes of 64 pixels, a register each.
 struct Components {

@@ -2,6 +2,7 @@
 
 #include "kernels/bit_words.h"
 #include "kernels/kernel_tables.h"
+#include "kernels/lookup_table.h"
 
 #include <cstring>
 
@@ -11,49 +12,49 @@ namespace lx::LX_LEVEL
 namespace
 {
 
-void drift(const uint8_t* LX_RESTRICT enterLeft, const uint8_t* LX_RESTRICT leaveLeft,
-           const uint8_t* LX_RESTRICT enterRight, const uint8_t* LX_RESTRICT leaveRight, uint8_t* LX_RESTRICT drift,
-           size_t pixels)
+void gain(const uint8_t* LX_RESTRICT entering, const uint8_t* LX_RESTRICT leaving, int8_t* LX_RESTRICT gain,
+          size_t columns)
 {
-    for (size_t i = 0; i < pixels; ++i)
-        drift[i] = static_cast<uint8_t>(2 + (enterLeft[i] - leaveLeft[i]) - (enterRight[i] - leaveRight[i]));
+    for (size_t i = 0; i < columns; ++i)
+        gain[i] = static_cast<int8_t>(entering[i] - leaving[i]);
 }
 
 #if defined(LX_LEVEL_v4)
 
-// What 64 drifts do to the counts above them. Within a group of eight, a product forms the running sums from the
-// right; between groups, they are summed in three steps.
+// What 64 gains and losses do to the counts. Within a group of eight, a product forms the running sums from the right,
+// in which every term is 2 too much so that they stay bytes; between groups, they are summed in three steps. The chain
+// from one set of 64 to the next is a single addition.
 struct Slide64 {
     __m512i withinGroup;  // bytes: what a count changes by more than the count right of its group
     __m512i rightOfGroup; // 64-bit lanes: what the count right of the group changes by
-    int32_t leftmost;     // what the first count changes by
+    __m512i leftmost;     // what the first count changes by, in all 64-bit lanes
 
-    Slide64(const uint8_t* drift, int32_t change)
+    Slide64(__m512i gained, __m512i lost, __m512i change)
     {
-        const __m512i ones = _mm512_set1_epi8(1);
-        const __m512i sums = _mm512_mullo_epi64(reverseEights(_mm512_loadu_si512(drift)), ones);
-        const __m512i excess = _mm512_set1_epi64(0x020406080A0C0E10); // two for each drift in a sum
+        const __m512i terms = _mm512_add_epi8(_mm512_sub_epi8(gained, lost), _mm512_set1_epi8(2));
+        const __m512i sums = _mm512_mullo_epi64(reverseEights(terms), _mm512_set1_epi8(1));
+        const __m512i excess = _mm512_set1_epi64(0x020406080A0C0E10);
         withinGroup = _mm512_sub_epi8(reverseEights(sums), excess);
         const __m512i totals = _mm512_sub_epi64(_mm512_srli_epi64(sums, 56), _mm512_set1_epi64(16));
         const __m512i zero = _mm512_setzero_si512();
         __m512i running = _mm512_add_epi64(totals, _mm512_alignr_epi64(zero, totals, 1));
         running = _mm512_add_epi64(running, _mm512_alignr_epi64(zero, running, 2));
         running = _mm512_add_epi64(running, _mm512_alignr_epi64(zero, running, 4));
-        running = _mm512_add_epi64(running, _mm512_set1_epi64(change));
-        rightOfGroup = _mm512_sub_epi64(running, totals);
-        leftmost = _mm512_cvtsi512_si32(running);
+        leftmost = _mm512_add_epi64(change, _mm512_broadcastq_epi64(_mm512_castsi512_si128(running)));
+        rightOfGroup = _mm512_add_epi64(change, _mm512_sub_epi64(running, totals));
     }
 };
 
-void apply(const Slide64& slide, uint32_t* counts)
+void apply(const Slide64& slide, uint32_t* counts, uint64_t columns)
 {
     const __m512i perGroup = _mm512_castsi256_si512(_mm512_cvtepi64_epi32(slide.rightOfGroup));
-    const auto sixteen = [&](unsigned q, __m128i within) {
-        const __m512i twoGroups = _mm512_add_epi32(_mm512_set1_epi32(static_cast<int>(2 * q)),
-                                                   _mm512_set_epi32(1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0));
-        const __m512i change =
-            _mm512_add_epi32(_mm512_permutexvar_epi32(twoGroups, perGroup), _mm512_cvtepi8_epi32(within));
-        _mm512_storeu_si512(counts + 16 * q, _mm512_add_epi32(_mm512_loadu_si512(counts + 16 * q), change));
+    const __m512i groups = _mm512_set_epi32(1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0);
+    const auto sixteen = [&](int q, __m128i within) {
+        const auto some = static_cast<__mmask16>(columns >> 16 * q);
+        const __m512i right = _mm512_permutexvar_epi32(_mm512_add_epi32(groups, _mm512_set1_epi32(2 * q)), perGroup);
+        const __m512i old = _mm512_maskz_loadu_epi32(some, counts + 16 * q);
+        const __m512i change = _mm512_add_epi32(right, _mm512_cvtepi8_epi32(within));
+        _mm512_mask_storeu_epi32(counts + 16 * q, some, _mm512_add_epi32(old, change));
     };
     sixteen(0, _mm512_castsi512_si128(slide.withinGroup));
     sixteen(1, _mm512_extracti32x4_epi32(slide.withinGroup, 1));
@@ -61,51 +62,53 @@ void apply(const Slide64& slide, uint32_t* counts)
     sixteen(3, _mm512_extracti32x4_epi32(slide.withinGroup, 3));
 }
 
-void apply(const Slide64& slide, uint8_t* counts)
+void slide(const int8_t* LX_RESTRICT gained, const int8_t* LX_RESTRICT lost, uint32_t* LX_RESTRICT counts,
+           size_t windows, int32_t change)
 {
-    const __m512i lowest = _mm512_set4_epi32(0x08080808, 0x08080808, 0, 0);
-    const __m512i change = _mm512_add_epi8(slide.withinGroup, _mm512_shuffle_epi8(slide.rightOfGroup, lowest));
-    _mm512_storeu_si512(counts, _mm512_add_epi8(_mm512_loadu_si512(counts), change));
+    __m512i changes = _mm512_set1_epi64(change);
+    size_t i = windows;
+    for (; i >= 64; i -= 64) {
+        const Slide64 slide(_mm512_loadu_si512(gained + i - 64), _mm512_loadu_si512(lost + i - 64), changes);
+        apply(slide, counts + i - 64, ~0ULL);
+        changes = slide.leftmost;
+    }
+    if (i != 0) {
+        // The columns that are left, in the upper lanes.
+        const uint64_t columns = ~0ULL << (64 - i);
+        const auto load = [&](const int8_t* row) {
+            return _mm512_maskz_expand_epi8(columns, _mm512_maskz_loadu_epi8(~0ULL >> (64 - i), row));
+        };
+        uint32_t few[64];
+        std::memcpy(few + 64 - i, counts, i * sizeof few[0]);
+        apply(Slide64(load(gained), load(lost), changes), few, columns);
+        std::memcpy(counts, few + 64 - i, i * sizeof few[0]);
+    }
 }
 
-#endif
+#else
 
-template <class Count>
-int32_t slideCounts(const uint8_t* LX_RESTRICT drift, Count* LX_RESTRICT counts, size_t pixels, int32_t change)
+void slide(const int8_t* LX_RESTRICT gained, const int8_t* LX_RESTRICT lost, uint32_t* LX_RESTRICT counts,
+           size_t windows, int32_t change)
 {
-    size_t i = pixels;
-#if defined(LX_LEVEL_v4)
-    for (; i >= 64; i -= 64) {
-        const Slide64 slide(drift + i - 64, change);
-        apply(slide, counts + i - 64);
-        change = slide.leftmost;
-    }
-#endif
+    size_t i = windows;
     for (; i >= 8; i -= 8) {
-        // One product forms the eight running sums from the right; with two in excess for each drift they stay bytes.
-        const uint64_t sums = __builtin_bswap64(loadLittle64(drift + i - 8)) * 0x0101010101010101ULL;
+        uint8_t terms[8];
+        for (size_t b = 0; b < 8; ++b)
+            terms[b] = static_cast<uint8_t>(2 + gained[i - 1 - b] - lost[i - 1 - b]);
+        const uint64_t sums = loadLittle64(terms) * 0x0101010101010101ULL;
         for (int b = 0; b < 8; ++b) {
             const int32_t within = static_cast<int32_t>(sums >> 8 * b & 0xFF) - 2 * (b + 1);
-            counts[i - 1 - static_cast<unsigned>(b)] += static_cast<Count>(change + within);
+            counts[i - 1 - static_cast<unsigned>(b)] += static_cast<uint32_t>(change + within);
         }
         change += static_cast<int32_t>(sums >> 56) - 16;
     }
     while (i-- > 0) {
-        change += drift[i] - 2;
-        counts[i] += static_cast<Count>(change);
+        change += gained[i] - lost[i];
+        counts[i] += static_cast<uint32_t>(change);
     }
-    return change;
 }
 
-int32_t slide(const uint8_t* drift, uint32_t* counts, size_t pixels, int32_t change)
-{
-    return slideCounts(drift, counts, pixels, change);
-}
-
-int32_t slideBytes(const uint8_t* drift, uint8_t* counts, size_t pixels, int32_t change)
-{
-    return slideCounts(drift, counts, pixels, change);
-}
+#endif
 
 uint8_t level(uint32_t count, float scale, double step, double rounding)
 {
@@ -127,8 +130,30 @@ void shade(const uint32_t* LX_RESTRICT counts, const float* LX_RESTRICT scales, 
     }
 }
 
+void slideColumns(const uint8_t* LX_RESTRICT entering, const uint8_t* LX_RESTRICT leaving, uint8_t* LX_RESTRICT counts,
+                  size_t columns)
+{
+    for (size_t i = 0; i < columns; ++i)
+        counts[i] = static_cast<uint8_t>(counts[i] + entering[i] - leaving[i]);
+}
+
+void shadeSums(const uint8_t* LX_RESTRICT counts, size_t size, const uint8_t* LX_RESTRICT levels,
+               uint8_t* LX_RESTRICT destination, size_t windows)
+{
+    const LookupTable table(levels);
+    for (size_t i = 0; i < windows; i += 64) {
+        uint8_t sums[64];
+        std::memcpy(sums, counts + i, sizeof sums);
+        for (size_t k = 1; k < size; ++k) {
+            for (size_t w = 0; w < 64; ++w)
+                sums[w] = static_cast<uint8_t>(sums[w] + counts[i + k + w]);
+        }
+        table.look(sums, destination + i, windows - i < 64 ? windows - i : 64);
+    }
+}
+
 } // namespace
 
-constexpr WindowKernels windowKernels = {drift, slide, slideBytes, shade};
+constexpr WindowKernels windowKernels = {gain, slide, shade, slideColumns, shadeSums};
 
 } // namespace lx::LX_LEVEL
