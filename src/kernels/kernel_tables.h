@@ -12,6 +12,7 @@ extern const BitKernels bitKernels;
 extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
+extern const MedianKernels medianKernels;
 extern const ComposeKernels composeKernels;
 extern const PaletteColorKernels paletteColorKernels;
 

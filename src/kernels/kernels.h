@@ -8,6 +8,7 @@
 #include "kernels/bits.h"
 #include "kernels/compose.h"
 #include "kernels/diffusion.h"
+#include "kernels/median.h"
 #include "kernels/palette_color.h"
 #include "kernels/pixels.h"
 #include "kernels/window.h"
@@ -23,6 +24,7 @@ struct Kernels {
     const PixelKernels* pixels;
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
+    const MedianKernels* median;
     const ComposeKernels* compose;
     const PaletteColorKernels* paletteColor;
 };
