@@ -144,6 +144,17 @@ typedef struct GammaTable {
     uint8_t entries[256];
 } GammaTable;
 
+/** Weights of red, green and blue in each component: entries 3 c, 3 c + 1 and 3 c + 2 give component c. */
+typedef struct ColorCorrectionMatrix {
+    double entries[9];
+} ColorCorrectionMatrix;
+
+/** How to sharpen. */
+typedef struct MTFParameters {
+    uint16_t mode;          /**< 1: cross and diagonal; any other value: across and down, separately. */
+    double coefficients[4]; /**< Gains, see lxMTFCorrection; any values. Mode 1 reads three. */
+} MTFParameters;
+
 /** Progress of an operation, called on the caller's own thread. After line j of H lines (counted from 0) the value is
  *  p = trunc(j / H * 50 + 0.5); the call (p, 50) is made only when p has grown since the last call, starting from 0.
  *  An operation on few lines therefore ends below 50, and one line makes no call.
@@ -412,6 +423,60 @@ LX_API int8_t lxCreateGammaCorrectionTable(const CorrectionLevel* brightness, co
 LX_API int8_t lxGammaCorrection(const GammaTable* table, const ImageArea* area, ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
+/* Colour and sharpness                                                                                             */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Build a matrix that turns the hue, and scales the saturation and the lightness of colours.
+ *
+ *  With the turn a in degrees, 360 - 180 f for a hue `level` above 0 and else -180 f, f being its fraction, and the
+ *  gains S and L, each 1 + its fraction: A = S cos a, B = sqrt(3) S sin a, and the rows are (d0, d1, d2), (d2, d0, d1)
+ *  and (d1, d2, d0) with d0 = (2 A + L) / 3, d1 = (L - A + B) / 3 and d2 = (L - A - B) / 3. All in double precision,
+ *  with the C library's sin and cos, and 3.1415926535 for pi. Settings of 0 give the identity.
+ *
+ *  @param hue         Turn; its fraction stands for half a turn.
+ *  @param saturation  -1 takes all colour out, +1 doubles it.
+ *  @param lightness   -1 is black, +1 twice as light.
+ *  @param matrix      The matrix to fill.
+ *  @return            IMAGE_STATUS_OK. */
+LX_API int8_t lxCreateColorCorrectionMatrix(const CorrectionLevel* hue, const CorrectionLevel* saturation,
+                                            const CorrectionLevel* lightness,
+                                            ColorCorrectionMatrix* matrix) LX_NOEXCEPT;
+
+/** Apply a matrix to full-colour pixels in place.
+ *
+ *  The entries are rounded to single precision. Each component becomes (m0 R + m1 G) + m2 B, summed in double precision,
+ *  rounded to single precision and truncated: 255 from 255 on, 0 from 0 down and if it is not a number. It truncates
+ *  where tone tables round: on purpose.
+ *
+ *  @param matrix    The matrix; any values.
+ *  @param area      IMAGE_TYPE_16MRGB.
+ *  @param progress  May be null.
+ *  @return          IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxColorCorrection(const ColorCorrectionMatrix* matrix, const ImageArea* area,
+                                ProgressCallback progress) LX_NOEXCEPT;
+
+/** Sharpen edges, each component for itself.
+ *
+ *  With C a level, L and R, U and D its neighbours, and those at the edges of the overlap standing for the ones beyond:
+ *
+ *  - Separately: h = 2 C - (L + R), v = 2 C - (U + D), and the result is (C + h kh) + v kv. The gains k are the
+ *    coefficients times 0.125: kh the first if h is at least 0 and else the third, kv the second or the fourth.
+ *  - Mode 1: s is the sum of the four direct neighbours less 4 C, d is 4 C less the sum of the four diagonal ones, and
+ *    the result is (C + s k1) + d kd. The gains are the coefficients times 0.0625: k1 the first, kd the second if d is
+ *    at least 0 and else the third. A positive first one smooths.
+ *
+ *  Gains are rounded to single precision, the sum is formed in double precision, rounded to single precision and
+ *  truncated: 255 from 255 on, 0 from 0 down and if it is not a number.
+ *
+ *  @param parameters   Mode and coefficients.
+ *  @param source       IMAGE_TYPE_256GRAY or IMAGE_TYPE_16MRGB.
+ *  @param destination  The same type.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxMTFCorrection(const MTFParameters* parameters, const ImageArea* source, const ImageArea* destination,
+                              ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Compositing and masking                                                                                          */
 /* ---------------------------------------------------------------------------------------------------------------- */
 
@@ -518,6 +583,9 @@ LX_STATIC_ASSERT(offsetof(ErrorBufferDesc, size) == sizeof(void*) && sizeof(Erro
 LX_STATIC_ASSERT(offsetof(CorrectionLevel, maxLevel) == 4 && sizeof(CorrectionLevel) == 8,
                  "CorrectionLevel has fixed offsets");
 LX_STATIC_ASSERT(sizeof(GammaTable) == 256, "GammaTable is 256 bytes");
+LX_STATIC_ASSERT(sizeof(ColorCorrectionMatrix) == 72, "ColorCorrectionMatrix is nine doubles");
+LX_STATIC_ASSERT(offsetof(MTFParameters, coefficients) == 8 && sizeof(MTFParameters) == 40,
+                 "MTFParameters has fixed offsets");
 
 #ifdef __cplusplus
 }

@@ -14,6 +14,7 @@ extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
 extern const MedianKernels medianKernels;
 extern const ComposeKernels composeKernels;
+extern const CorrectKernels correctKernels;
 extern const PaletteColorKernels paletteColorKernels;
 
 } // namespace lx::LX_LEVEL

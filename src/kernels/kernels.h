@@ -7,6 +7,7 @@
 
 #include "kernels/bits.h"
 #include "kernels/compose.h"
+#include "kernels/correct.h"
 #include "kernels/diffusion.h"
 #include "kernels/median.h"
 #include "kernels/palette_color.h"
@@ -26,6 +27,7 @@ struct Kernels {
     const WindowKernels* window;
     const MedianKernels* median;
     const ComposeKernels* compose;
+    const CorrectKernels* correct;
     const PaletteColorKernels* paletteColor;
 };
 

@@ -12,8 +12,8 @@ namespace lx::LX_LEVEL
 
 extern const Kernels kernelTable;
 constexpr Kernels kernelTable = {
-    LX_NAME(LX_LEVEL), &bitKernels,    &pixelKernels,   &diffusionKernels,
-    &windowKernels,    &medianKernels, &composeKernels, &paletteColorKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,     &pixelKernels,   &diffusionKernels,    &windowKernels,
+    &medianKernels,    &composeKernels, &correctKernels, &paletteColorKernels,
 };
 
 } // namespace lx::LX_LEVEL
