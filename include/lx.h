@@ -344,6 +344,80 @@ LX_API int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageAre
                                      ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
+/* Conversion to palette colours                                                                                    */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Full colour to 8 colours by one threshold: a component is on where it is above T.
+ *
+ *  @param threshold    T, by the rule of lxImageTypeConvertToBWNonHalftone. `range` must not be 0.
+ *  @param source       IMAGE_TYPE_16MRGB.
+ *  @param destination  IMAGE_TYPE_8RGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a `range` of 0. */
+LX_API int8_t lxImageTypeConvertTo8RGBNonHalftone(const ThresholdLevel* threshold, const ImageArea* source,
+                                                  const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/** Full colour to 8 colours by ordered dither: a component is on where it is above the matrix's threshold, which is the
+ *  same for all three.
+ *
+ *  Matrix and phases work as in lxImageTypeConvertToBWDitherHalftone.
+ *
+ *  @param phaseX       In and out: matrix column of the next pixel.
+ *  @param phaseY       In and out: matrix row of the next line.
+ *  @param matrix       `columns` and `rows` from 1 to 16.
+ *  @param source       IMAGE_TYPE_16MRGB.
+ *  @param destination  IMAGE_TYPE_8RGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a matrix size out of range
+ *                      (the phases are then untouched). */
+LX_API int8_t lxImageTypeConvertTo8RGBDitherHalftone(uint16_t* phaseX, uint16_t* phaseY, const DitherMatrix* matrix,
+                                                     const ImageArea* source, const ImageArea* destination,
+                                                     ProgressCallback progress) LX_NOEXCEPT;
+
+/** Full colour to 8 colours by error diffusion, each component for itself by the rule of
+ *  lxImageTypeConvertToBWEDHalftone.
+ *
+ *  An entry of the ErrorBuffer is three doubles, in the order of the source pixel's bytes. Kernels taken in turn are the
+ *  same for all three components; random ones take three rand() per pixel, in the order of its bytes.
+ *
+ *  The generator is reseeded, srand(time(NULL)), by every call; concurrent calls disturb each other's sequence.
+ *
+ *  @param randomKernel  0: kernels are taken in turn, starting with the first on every line; any other value: each
+ *                       component of a pixel takes kernel rand() mod `kernelCount`.
+ *  @param kernelCount   Number of kernels, at least 1.
+ *  @param kernels       The kernels.
+ *  @param errorBuffer   ErrorBuffer for the source area's width, cleared before the first band of a page.
+ *  @param source        IMAGE_TYPE_16MRGB; all bands of a page in one colorOrder.
+ *  @param destination   IMAGE_TYPE_8RGB.
+ *  @param progress      May be null.
+ *  @return              IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a `kernelCount` of 0. */
+LX_API int8_t lxImageTypeConvertTo8RGBEDHalftone(uint16_t randomKernel, uint16_t kernelCount,
+                                                 const ErrorDiffusionKernel* kernels,
+                                                 const ErrorBufferDesc* errorBuffer, const ImageArea* source,
+                                                 const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/** Full colour to 16 colours, by three levels of each component: floor(v / 86).
+ *
+ *  The 27 triples of levels stand for the colours of the palette, but dark blue, purple and half gray are never
+ *  produced: half a level of blue is full blue, and (1, 1, 1) is the light gray. The lack of symmetry is deliberate.
+ *
+ *  @param source       IMAGE_TYPE_16MRGB.
+ *  @param destination  IMAGE_TYPE_16RGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxImageTypeConvertTo16RGB(const ImageArea* source, const ImageArea* destination,
+                                        ProgressCallback progress) LX_NOEXCEPT;
+
+/** Full colour to the 6 x 6 x 6 cube: index 36 b + 6 g + r, each level being floor(v / 43) and not the nearest.
+ *
+ *  @param source       IMAGE_TYPE_16MRGB.
+ *  @param destination  IMAGE_TYPE_256RGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxImageTypeConvertTo256RGB(const ImageArea* source, const ImageArea* destination,
+                                         ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Conversion to full colour                                                                                        */
 /* ---------------------------------------------------------------------------------------------------------------- */
 

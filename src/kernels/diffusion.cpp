@@ -30,8 +30,6 @@ namespace lx::LX_LEVEL
 namespace
 {
 
-#if defined(LX_LEVEL_v3) || defined(LX_LEVEL_v4)
-
 #if defined(LX_LEVEL_v4)
 
 // Eight doubles, one for each line. min and max give their second operand when one is not a number.
@@ -88,7 +86,7 @@ uint64_t bitsByLane(uint64_t steps)
     return static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_gf2p8affine_epi64_epi8(units, matrix, 0)));
 }
 
-#else
+#elif defined(LX_LEVEL_v3)
 
 // Four doubles, one for each line. min and max give their second operand when one is not a number.
 struct Lanes {
@@ -134,6 +132,56 @@ struct Lanes {
     }
 };
 
+#else
+
+// Two doubles, one for each line, in the compiler's own vectors. least and greatest give their second operand when one
+// is not a number.
+struct Lanes {
+    static constexpr int count = 2;
+    using Vector = double __attribute__((vector_size(16)));
+    using Flags = int64_t __attribute__((vector_size(16)));
+
+    static Vector all(double value) { return Vector{value, value}; }
+    static Vector fromBytes(const uint8_t* bytes)
+    {
+        return Vector{static_cast<double>(bytes[0]), static_cast<double>(bytes[1])};
+    }
+    static Vector add(Vector a, Vector b) { return a + b; }
+    static Vector subtract(Vector a, Vector b) { return a - b; }
+    static Vector multiply(Vector a, Vector b) { return a * b; }
+    static Vector least(Vector a, Vector b) { return choose(a < b, a, b); }
+    static Vector greatest(Vector a, Vector b) { return choose(a > b, a, b); }
+    static Flags atLeast(Vector a, Vector b) { return a >= b; }
+    static Vector choose(Flags flags, Vector yes, Vector no)
+    {
+        return reinterpret_cast<Vector>((reinterpret_cast<Flags>(yes) & flags) |
+                                        (reinterpret_cast<Flags>(no) & ~flags));
+    }
+    static Vector keep(unsigned bits, Vector v)
+    {
+        const Flags flags = {-static_cast<int64_t>(bits & 1), -static_cast<int64_t>(bits >> 1 & 1)};
+        return reinterpret_cast<Vector>(reinterpret_cast<Flags>(v) & flags);
+    }
+    static unsigned bits(Flags flags) { return static_cast<unsigned>((flags[0] & 1) | (flags[1] & 2)); }
+    static double first(Vector v) { return v[0]; }
+    static Vector withFirst(Vector v, const double* value) { return Vector{*value, v[1]}; }
+    static Vector rotate(Vector v) { return Vector{v[1], v[0]}; }
+    static void store(double* to, Vector v) { std::memcpy(to, &v, sizeof v); }
+
+    // rows[l] holds eight bytes of lane l; tile[s] gets byte s of every lane.
+    static void transpose(const uint64_t* rows, uint8_t (*tile)[count])
+    {
+        for (int s = 0; s < 8; ++s) {
+            for (int l = 0; l < count; ++l)
+                tile[s][l] = static_cast<uint8_t>(rows[l] >> 8 * s);
+        }
+    }
+};
+
+#endif
+
+#if !defined(LX_LEVEL_v4)
+
 // Byte s holds a bit for each lane; byte l of the result has the bits of lane l, the first step highest.
 uint64_t bitsByLane(uint64_t steps)
 {
@@ -160,6 +208,7 @@ uint64_t loadEight(const uint8_t* bytes, unsigned channel)
 {
     if constexpr (Stride == 1)
         return loadLittle64(bytes);
+#if defined(LX_LEVEL_v3) || defined(LX_LEVEL_v4)
     alignas(16) static constexpr int8_t places[3][2][16] = {
         {{0, 3, 6, 9, 12, 15, -1, -1}, {-1, -1, -1, -1, -1, -1, 2, 5}},
         {{1, 4, 7, 10, 13, -1, -1, -1}, {-1, -1, -1, -1, -1, 0, 3, 6}},
@@ -170,6 +219,12 @@ uint64_t loadEight(const uint8_t* bytes, unsigned channel)
     const auto* order = reinterpret_cast<const __m128i*>(places[channel]);
     const __m128i eight = _mm_or_si128(_mm_shuffle_epi8(low, order[0]), _mm_shuffle_epi8(high, order[1]));
     return static_cast<uint64_t>(_mm_cvtsi128_si64(eight));
+#else
+    uint64_t eight = 0;
+    for (unsigned s = 0; s < 8; ++s)
+        eight |= static_cast<uint64_t>(bytes[s * Stride + channel]) << 8 * s;
+    return eight;
+#endif
 }
 
 struct Weights {
@@ -464,20 +519,6 @@ unsigned diffuseColor(const DiffusionLines& lines, bool blueFirst)
     });
     return Lanes::count;
 }
-
-#else
-
-unsigned diffuseGray(const DiffusionLines& /*lines*/)
-{
-    return 0;
-}
-
-unsigned diffuseColor(const DiffusionLines& /*lines*/, bool /*blueFirst*/)
-{
-    return 0;
-}
-
-#endif
 
 } // namespace
 

@@ -32,11 +32,17 @@ void primaries(const uint8_t* source, uint8_t* destination, size_t pixels, bool 
         [=](uint8_t red, uint8_t green, uint8_t blue, size_t) { return primary(red, green, blue, threshold); });
 }
 
-void primariesEach(const uint8_t* source, const uint8_t* LX_RESTRICT thresholds, uint8_t* destination, size_t pixels,
-                   bool blueFirst)
+void primariesPattern(const uint8_t* source, const uint8_t* pattern, size_t period, size_t phase, uint8_t* destination,
+                      size_t pixels, bool blueFirst)
 {
-    map(source, destination, pixels, blueFirst,
-        [=](uint8_t red, uint8_t green, uint8_t blue, size_t i) { return primary(red, green, blue, thresholds[i]); });
+    const size_t advance = 64 % period;
+    for (size_t i = 0; i < pixels; i += 64) {
+        const uint8_t* LX_RESTRICT limits = pattern + phase;
+        map(source + 3 * i, destination + i, pixels - i < 64 ? pixels - i : 64, blueFirst,
+            [=](uint8_t red, uint8_t green, uint8_t blue, size_t k) { return primary(red, green, blue, limits[k]); });
+        phase += advance;
+        phase -= phase >= period ? period : 0;
+    }
 }
 
 void thirds(const uint8_t* source, uint8_t* destination, size_t pixels, bool blueFirst)
@@ -58,6 +64,6 @@ void cube(const uint8_t* source, uint8_t* destination, size_t pixels, bool blueF
 
 } // namespace
 
-constexpr PaletteColorKernels paletteColorKernels = {primaries, primariesEach, thirds, cube};
+constexpr PaletteColorKernels paletteColorKernels = {primaries, primariesPattern, thirds, cube};
 
 } // namespace lx::LX_LEVEL

@@ -12,9 +12,10 @@ struct PaletteColorKernels {
     // destination[i] = 4 (B > t) + 2 (G > t) + (R > t) of triple i. Red is byte 0, or 2 if blueFirst.
     void (*primaries)(const uint8_t* source, uint8_t* destination, size_t pixels, bool blueFirst, uint8_t threshold);
 
-    // The same with a threshold for every pixel.
-    void (*primariesEach)(const uint8_t* source, const uint8_t* thresholds, uint8_t* destination, size_t pixels,
-                          bool blueFirst);
+    // The same with the threshold pattern[(phase + i) % period]. The pattern is repeated up to period + 63 bytes;
+    // phase < period <= 64.
+    void (*primariesPattern)(const uint8_t* source, const uint8_t* pattern, size_t period, size_t phase,
+                             uint8_t* destination, size_t pixels, bool blueFirst);
 
     // destination[i] = 9 b + 3 g + r, each level being floor(component / 86).
     void (*thirds)(const uint8_t* source, uint8_t* destination, size_t pixels, bool blueFirst);

@@ -21,6 +21,14 @@ namespace lx::LX_LEVEL
 namespace
 {
 
+// The sum of double-precision products falls short of the integer it stands for at some colours, all of them with x a
+// multiple of 100 and none of them gray; everywhere else it gives floor(x / 100).
+uint8_t preciseOf(const uint8_t* pixel, unsigned red)
+{
+    const double sum = (pixel[2 - red] * 0.33 + pixel[1] * 0.34) + pixel[red] * 0.33;
+    return static_cast<uint8_t>(static_cast<int32_t>(sum));
+}
+
 #if defined(LX_LEVEL_v4)
 
 // The first n of 64 pixels, as a mask.
@@ -149,20 +157,21 @@ void levels16(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destinatio
     }
 }
 
-// The pixels of 64 at which the two gray rules may differ, pixel 0 lowest; `gray` is the weighted gray.
-uint64_t doubtful(const uint8_t* source, const uint8_t* gray, size_t n)
+// preciseOf() where it may differ from the weighted gray.
+void preciseGray(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, bool blueFirst)
 {
-    const auto of32 = [](const Weighted32& pixels, __m512i grays) -> uint64_t {
-        const __m512i swapped =
-            _mm512_or_si512(_mm512_slli_epi16(pixels.firstTwo, 8), _mm512_srli_epi16(pixels.firstTwo, 8));
-        const __m512i multiple = _mm512_mullo_epi16(grays, _mm512_set1_epi16(100));
-        return _mm512_mask_cmpneq_epi16_mask(_mm512_cmpeq_epi16_mask(pixels.x, multiple), pixels.firstTwo, swapped);
-    };
-    const __m512i grays = loadPixels(gray, n);
-    const __m512i low = _mm512_cvtepu8_epi16(_mm512_castsi512_si256(grays));
-    const __m512i high = _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(grays, 1));
-    const uint64_t first = of32(weighted32(source, n), low);
-    return n > 32 ? first | of32(weighted32(source + 96, n - 32), high) << 32 : first;
+    for (size_t i = 0; i < pixels; i += 32) {
+        const Weighted32 w = weighted32(source + 3 * i, pixels - i);
+        const __m512i gray = hundredths(w.x);
+        storeGray(destination + i, gray, pixels - i);
+        const __mmask32 multiple = _mm512_cmpeq_epi16_mask(w.x, _mm512_mullo_epi16(gray, _mm512_set1_epi16(100)));
+        const __m512i swapped = _mm512_or_si512(_mm512_slli_epi16(w.firstTwo, 8), _mm512_srli_epi16(w.firstTwo, 8));
+        for (uint64_t open = _mm512_mask_cmpneq_epi16_mask(multiple, w.firstTwo, swapped); open != 0;
+             open &= open - 1) {
+            const size_t k = i + static_cast<unsigned>(__builtin_ctzll(open));
+            destination[k] = preciseOf(source + 3 * k, blueFirst ? 2 : 0);
+        }
+    }
 }
 
 #else
@@ -247,16 +256,6 @@ uint64_t doubtful(const uint8_t* source, const uint8_t* gray, size_t n)
     return __builtin_bswap64(loadLittle64(bytes));
 }
 
-#endif
-
-uint8_t preciseOf(const uint8_t* pixel, unsigned red)
-{
-    const double sum = (pixel[2 - red] * 0.33 + pixel[1] * 0.34) + pixel[red] * 0.33;
-    return static_cast<uint8_t>(static_cast<int32_t>(sum));
-}
-
-// The sum of double-precision products falls short of the integer it stands for at some colours, all of them with x a
-// multiple of 100 and none of them gray; everywhere else both rules give floor(x / 100).
 void preciseGray(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, bool blueFirst)
 {
     const unsigned red = blueFirst ? 2 : 0;
@@ -269,6 +268,8 @@ void preciseGray(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destina
         }
     }
 }
+
+#endif
 
 void component(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, unsigned component)
 {

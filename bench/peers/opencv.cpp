@@ -1,0 +1,114 @@
+// OpenCV holds no packed pixels, so that what is bilevel here is a page of bytes there: those contenders are rougher.
+// It writes into memory that its matrices keep from call to call.
+#include "../families.h"
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
+namespace bench
+{
+namespace
+{
+
+// The page in place; bilevel pixels as bytes 0 and 255.
+cv::Mat matrixOf(uint16_t type)
+{
+    const Picture& source = page(type);
+    const int width = int(pageWidth), height = int(pageHeight);
+    if (type != IMAGE_TYPE_BW) {
+        const int channels = type == IMAGE_TYPE_16MRGB ? 3 : 1;
+        return cv::Mat(height, width, CV_8UC(channels), source.pixels(), source.bytesPerLine());
+    }
+    cv::Mat bytes(height, width, CV_8UC1);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const int bit = source.line(uint32_t(y))[x / 8] >> (7 - x % 8) & 1;
+            bytes.at<uint8_t>(y, x) = uint8_t(bit * 255);
+        }
+    }
+    return bytes;
+}
+
+// A function from the page to another matrix, which it may allocate in its first call.
+template <typename Function>
+Prepare fromPage(uint16_t type, Function function)
+{
+    return [type, function]() -> Run {
+        return [source = matrixOf(type), result = cv::Mat(), function]() mutable {
+            function(source, result);
+            return !result.empty();
+        };
+    };
+}
+
+void toGray(const cv::Mat& source, cv::Mat& result)
+{
+    cv::cvtColor(source, result, cv::COLOR_RGB2GRAY);
+}
+
+auto threshold(double level)
+{
+    return [level](const cv::Mat& source, cv::Mat& result) {
+        cv::threshold(source, result, level, 255, cv::THRESH_BINARY);
+    };
+}
+
+Prepare colorToBilevel()
+{
+    return fromPage(IMAGE_TYPE_16MRGB, [gray = cv::Mat()](const cv::Mat& source, cv::Mat& result) mutable {
+        toGray(source, gray);
+        threshold(191)(gray, result);
+    });
+}
+
+// The same entry for the same byte: a table of the first component does for the time of a lookup.
+auto lookUp(uint16_t type)
+{
+    cv::Mat table(1, 256, CV_8UC1);
+    const ColorPalette palette = paletteOf(type);
+    for (int index = 0; index < 256; ++index) {
+        table.at<uint8_t>(index) = palette.entries[index][0];
+    }
+    return [table](const cv::Mat& source, cv::Mat& result) { cv::LUT(source, table, result); };
+}
+
+auto window(int size)
+{
+    return [size](const cv::Mat& source, cv::Mat& result) {
+        cv::boxFilter(source, result, CV_8U, {size, size}, {0, 0}, true, cv::BORDER_REPLICATE);
+    };
+}
+
+void addConversionPeers(Operations& operations)
+{
+    const auto add = [&](const std::string& operation, uint16_t type, auto function) {
+        operations.addPeer(operation, "OpenCV", fromPage(type, function));
+    };
+    const auto addToBytes = [&](const std::string& operation, uint16_t type, auto function) {
+        operations.addPeer(operation, "OpenCV to bytes", fromPage(type, function), Job::Rougher);
+    };
+    add("colour to 256 gray", IMAGE_TYPE_16MRGB, toGray);
+    add("colour to 256 gray, green", IMAGE_TYPE_16MRGB,
+        [](const cv::Mat& source, cv::Mat& result) { cv::extractChannel(source, result, 1); });
+    add("gray to grayscale", IMAGE_TYPE_256GRAY, lookUp(IMAGE_TYPE_256GRAY));
+    add("256 colours to grayscale", IMAGE_TYPE_256RGB, lookUp(IMAGE_TYPE_256RGB));
+    add("colour to grayscale", IMAGE_TYPE_16MRGB, toGray);
+    for (const int size : {1, 4, 16, 64, 255, 300}) {
+        operations.addPeer("bilevel window to gray, N = " + std::to_string(size), "OpenCV on bytes",
+                           fromPage(IMAGE_TYPE_BW, window(size)), Job::Rougher);
+    }
+    addToBytes("gray to bilevel, threshold", IMAGE_TYPE_256GRAY, threshold(128));
+    addToBytes("gray to bilevel, fixed", IMAGE_TYPE_256GRAY, threshold(191));
+    operations.addPeer("colour to bilevel, fixed", "OpenCV to bytes", colorToBilevel(), Job::Rougher);
+}
+
+} // namespace
+
+std::string addOpenCv(Operations& operations)
+{
+    cv::setNumThreads(1);
+    addConversionPeers(operations);
+    return "OpenCV " CV_VERSION;
+}
+
+} // namespace bench

@@ -1,0 +1,123 @@
+// The program as a whole: arguments, help, the progress bar, and the demonstration.
+
+#include "files/page_file.h"
+#include "picture_files.h"
+#include "progress_bar.h"
+#include "sample/sample_page.h"
+#include "tool_test.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+
+namespace lxpage
+{
+
+namespace
+{
+
+using CommandLine = ToolTest;
+
+TEST_F(CommandLine, WrongArguments)
+{
+    const std::string in = path("in.tif");
+    const std::string out = path("out.png");
+    writeTiffPage(in, {"", 8});
+    const std::vector<std::string> cases[] = {{},
+                                              {"invent"},
+                                              {"halftone"},
+                                              {"halftone", in},
+                                              {"halftone", in, path("out.bmp")},
+                                              {"halftone", in, out, "--method", "magic"},
+                                              {"halftone", in, out, "--matrix", "bayer2"},
+                                              {"halftone", in, out, "--method", "threshold", "--level", "101"},
+                                              {"halftone", in, out, "--method", "threshold", "--range", "0"},
+                                              {"halftone", in, out, "--method", "dither", "--matrix", "bayer3"},
+                                              {"halftone", in, out, "--kernel", "1,1,1,1"},
+                                              {"halftone", in, out, "--random", "--kernel", "even"},
+                                              {"halftone", in, out, "--random", "--band-lines", "9"},
+                                              {"halftone", in, out, "--band-lines", "-1"},
+                                              {"halftone", in, out, "--page", "0"},
+                                              {"demo", "-o", path("demo"), "--tilt", "46"}};
+    for (const auto& arguments : cases) {
+        const RunResult result = run(arguments);
+        EXPECT_EQ(result.code, ExitCode::Usage) << testing::PrintToString(arguments);
+        EXPECT_EQ(result.errors.find("lxpage: "), 0u) << result.errors;
+        EXPECT_EQ(result.output, "");
+    }
+    EXPECT_EQ(files(), std::set<std::string>{"in.tif"});
+}
+
+TEST_F(CommandLine, HelpAndVersionGoToTheOutput)
+{
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"--help"}, {"--version"}, {"halftone", "--help"}, {"demo", "--help"}}) {
+        const RunResult result = run(arguments);
+        EXPECT_EQ(result.code, ExitCode::Done);
+        EXPECT_EQ(result.errors, "");
+        EXPECT_NE(result.output, "");
+    }
+    EXPECT_NE(run({"--help"}).output.find("Exit codes"), std::string::npos);
+}
+
+TEST_F(CommandLine, DemoWritesWhatItPrints)
+{
+    const RunResult result = run({"demo", "-o", path("pictures/here"), "--dpi", "50"});
+    ASSERT_EQ(result.code, ExitCode::Done) << result.errors;
+    EXPECT_EQ(result.errors, ""); // no progress bar without a terminal
+    size_t pictures = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(path("pictures/here"))) {
+        ++pictures;
+        EXPECT_NE(result.output.find(entry.path().string()), std::string::npos) << entry.path();
+        const Image image = readPage(entry.path().string());
+        EXPECT_EQ(image.width(), 413u);
+        EXPECT_EQ(image.height(), 585u);
+        EXPECT_NEAR(image.resolution.x, 50, 0.02);
+    }
+    const auto lines = static_cast<size_t>(std::count(result.output.begin(), result.output.end(), '\n'));
+    EXPECT_EQ(lines, pictures + 1); // a heading
+    EXPECT_GT(pictures, 10u);
+}
+
+TEST(SamplePage, LiesAskewOnADarkBed)
+{
+    SamplePage sample;
+    sample.dpi = 60;
+    const Image page = makeSamplePage(sample);
+    const auto greenAt = [&](uint32_t x, uint32_t y) { return colorAt(page, x, y)[1]; };
+    const uint32_t right = page.width() - 1;
+    const uint32_t bottom = page.height() - 1;
+    // Clockwise: bed in the top left and bottom right corners, paper in the middle.
+    EXPECT_LT(greenAt(1, 1), 80);
+    EXPECT_LT(greenAt(right - 1, bottom - 1), 80);
+    EXPECT_GT(greenAt(right * 6 / 10, bottom * 11 / 12), 200);
+    const Image again = makeSamplePage(sample);
+    for (uint32_t y = 0; y <= bottom; ++y) {
+        ASSERT_TRUE(std::equal(page.line(y), page.line(y) + page.bytesPerLine(), again.line(y))) << y;
+    }
+}
+
+TEST(ProgressBar, GrowsOverTheParts)
+{
+    std::FILE* stream = std::tmpfile();
+    {
+        ProgressBar bar("work", stream);
+        bar.part(0, 2)(25, 50);
+        bar.part(1, 2)(25, 50);
+    }
+    std::string text(1000, '\0');
+    std::rewind(stream);
+    text.resize(std::fread(text.data(), 1, text.size(), stream));
+    std::fclose(stream);
+    size_t position = 0;
+    for (const char* shown : {"work", "  0 %", " 25 %", " 50 %", " 75 %", "\r\x1b[K"}) {
+        position = text.find(shown, position);
+        ASSERT_NE(position, std::string::npos) << shown;
+    }
+    ProgressBar silent("", nullptr);
+    EXPECT_EQ(silent.part(0, 1), nullptr);
+}
+
+} // namespace
+
+} // namespace lxpage

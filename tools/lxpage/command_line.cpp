@@ -1,0 +1,77 @@
+#include "command_line.h"
+
+#include "commands/list.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+namespace lxpage
+{
+
+namespace
+{
+
+constexpr const char* kDescription = "lxpage: work on scanned pages, from picture file to picture file";
+constexpr const char* kFooter =
+    "`lxpage COMMAND --help` tells a command's options.\n\n"
+    "Reads TIFF (strips, tiles, several pages; bilevel, gray, palette, RGB), PNG, JPEG (gray and colour) and PNM\n"
+    "(P1 to P6). Writes PNG and TIFF. An output file appears whole or not at all.\n\n"
+    "Exit codes:\n"
+    "  0  done\n"
+    "  1  internal error\n"
+    "  2  wrong arguments\n"
+    "  3  the input cannot be opened or read\n"
+    "  4  the input is truncated or damaged\n"
+    "  5  the input is of a kind that is not supported\n"
+    "  6  the page is too large (a side above 65500 pixels, or more memory than 4 GiB), or memory ran out\n"
+    "  7  the output cannot be written";
+
+ExitCode complain(ExitCode code, const char* message)
+{
+    std::fprintf(stderr, "lxpage: %s\n", message);
+    return code;
+}
+
+ExitCode parseAndRun(CLI::App& app, int argumentCount, const char* const* arguments)
+{
+    try {
+        app.parse(argumentCount, arguments);
+        if (app.get_subcommands().empty()) {
+            throw CLI::RequiredError("a command");
+        }
+        return ExitCode::Done;
+    } catch (const CLI::Success& request) { // for help or the version
+        app.exit(request);
+        return ExitCode::Done;
+    } catch (const CLI::ParseError& error) {
+        complain(ExitCode::Usage, error.what());
+        std::fputs("Try `lxpage --help` or `lxpage COMMAND --help`.\n", stderr);
+        return ExitCode::Usage;
+    }
+}
+
+} // namespace
+
+ExitCode runCommandLine(int argumentCount, const char* const* arguments)
+{
+    try {
+        CLI::App app(kDescription, "lxpage");
+        app.set_version_flag("--version", "lxpage " LXPAGE_VERSION, "Print the version and exit");
+        app.require_subcommand(0, 1); // so that a mistyped command is named in the complaint
+        for (const AddCommand add : commands()) {
+            add(app);
+        }
+        app.footer(kFooter); // last, or every command would inherit it
+        return parseAndRun(app, argumentCount, arguments);
+    } catch (const PageError& error) {
+        return complain(error.code(), error.what());
+    } catch (const std::bad_alloc&) {
+        return complain(ExitCode::TooLarge, "out of memory");
+    } catch (const std::exception& error) {
+        return complain(ExitCode::Internal, error.what());
+    }
+}
+
+} // namespace lxpage

@@ -1,0 +1,18 @@
+#include "commands/list.h"
+
+namespace lxpage
+{
+
+void addHalftone(CLI::App& app);
+void addDemo(CLI::App& app);
+
+std::span<const AddCommand> commands()
+{
+    static constexpr AddCommand list[] = {
+        addHalftone,
+        addDemo,
+    };
+    return list;
+}
+
+} // namespace lxpage
