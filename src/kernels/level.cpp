@@ -24,6 +24,8 @@ constexpr Kernels kernelTable = {
     .resample = &resampleKernels,
     LX_NAME(LX_LEVEL), &bitKernels,      &bitBlockKernels, &pixelKernels,     &diffusionKernels, &windowKernels,
     &medianKernels,    &resampleKernels, &reverseKernels,  &transposeKernels, &runKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,     &pixelKernels,   &diffusionKernels,    &windowKernels,
+    &medianKernels,    &composeKernels, &correctKernels, &paletteColorKernels,
 };
 
 } // namespace lx::LX_LEVEL

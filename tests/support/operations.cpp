@@ -20,6 +20,8 @@ constexpr void (*adders[])(Operations&) = {
     addRotationOperations,
     addMedianOperations,
     addSlantOperations,
+    addCorrectOperations,
+    addComposeOperations,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

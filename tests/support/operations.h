@@ -113,5 +113,7 @@ void addBilevelScaling(Operations& operations);
 void addRotationOperations(Operations& operations);
 void addMedianOperations(Operations& operations);
 void addSlantOperations(Operations& operations);
+void addCorrectOperations(Operations& operations);
+void addComposeOperations(Operations& operations);
 
 } // namespace lxtest
