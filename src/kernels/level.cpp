@@ -18,10 +18,14 @@ constexpr Kernels kernelTable = {
     .pixels = &pixelKernels,
     .diffusion = &diffusionKernels,
     .window = &windowKernels,
+    .median = &medianKernels,
+    .resample = &resampleKernels,
     .reverse = &reverseKernels,
     .transpose = &transposeKernels,
     .runs = &runKernels,
-    .resample = &resampleKernels,
+    .compose = &composeKernels,
+    .correct = &correctKernels,
+    .paletteColor = &paletteColorKernels,
 };
 
 } // namespace lx::LX_LEVEL
