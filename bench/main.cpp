@@ -111,6 +111,7 @@ int main(int count, char** arguments)
     }
     Operations operations;
     addConversions(operations);
+    addRotations(operations);
     addBilevelScaling(operations);
     addPeers(operations);
     for (const Operation& operation : operations.all()) {

@@ -122,6 +122,39 @@ void addConversionPeers(Operations& operations)
     add("colour to bilevel, fixed", IMAGE_TYPE_16MRGB, toBilevel192);
 }
 
+// Turned end for end in place; every other peer call turns the page back.
+Prepare halfTurn(uint16_t type)
+{
+    return [type]() -> Run { return [pix = pixOf(type)] { return pixRotate180(pix.get(), pix.get()) != nullptr; }; };
+}
+
+void addRotationPeers(Operations& operations)
+{
+    constexpr float radians = 2.3F * 3.1415926F / 180;
+    const auto add = [&](const std::string& operation, uint16_t type, auto function, Job job = Job::Same) {
+        operations.addPeer(operation, "Leptonica", fromPage(type, function), job);
+    };
+    const auto bySampling = [=](Pix* source) {
+        return pixRotateBySampling(source, pageWidth / 2, pageHeight / 2, radians, L_BRING_IN_WHITE);
+    };
+    constexpr struct {
+        const char* name;
+        uint16_t type;
+    } formats[] = {{"bilevel", IMAGE_TYPE_BW}, {"gray", IMAGE_TYPE_256GRAY}, {"colour", IMAGE_TYPE_16MRGB}};
+    for (const auto& [name, type] : formats) {
+        const std::string turn = std::string("turn ") + name + " by ";
+        add(turn + "90", type, [](Pix* source) { return pixRotate90(source, 1); });
+        add(turn + "270", type, [](Pix* source) { return pixRotate90(source, -1); });
+        operations.addPeer(turn + "180", "Leptonica", halfTurn(type));
+        add(turn + "2.3 degrees", type, bySampling);
+    }
+    operations.addPeer("turn bilevel by 2.3 degrees", "Leptonica by shears",
+                       fromPage(IMAGE_TYPE_BW,
+                                [=](Pix* source) {
+                                    return pixRotate2Shear(source, pageWidth / 2, pageHeight / 2, radians,
+                                                           L_BRING_IN_WHITE);
+                                }),
+                       Job::Rougher);
 Pix* sampled(Pix* source, double dpi)
 {
     const auto factor = l_float32(dpi / 300);
@@ -185,6 +218,7 @@ void addBilevelScalingPeers(Operations& operations)
 std::string addLeptonica(Operations& operations)
 {
     addConversionPeers(operations);
+    addRotationPeers(operations);
     addBilevelScalingPeers(operations);
     const std::unique_ptr<char, decltype(&lept_free)> version(getLeptonicaVersion(), lept_free);
     return version.get();

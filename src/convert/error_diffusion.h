@@ -23,7 +23,7 @@ struct KernelChoice {
 };
 
 // `Channels` is 1 for gray, 3 for full colour: entries of the buffer and source pixels are groups of that many.
-template <unsigned Channels>
+template <size_t Channels>
 class ErrorDiffusion
 {
   public:
@@ -42,7 +42,7 @@ class ErrorDiffusion
             work_[i] = v >= 255.0 ? 255.0 : v <= 0.0 ? 0.0 : v;
             carry[i] = 0.0;
         }
-        for (unsigned c = 0; c < Channels; ++c)
+        for (size_t c = 0; c < Channels; ++c)
             chains_[c] = {.right = Lane{}, .lowerLeft = carry_[c], .below = carry[c]};
         turn_ = 0;
     }
@@ -55,7 +55,7 @@ class ErrorDiffusion
         std::copy(chains_, chains_ + Channels, chains);
         for (uint32_t k = 0; k < n; ++k) {
             unsigned bits = 0;
-            for (unsigned c = 0; c < Channels; ++c) {
+            for (size_t c = 0; c < Channels; ++c) {
                 const size_t entry = (size_t{i} + k) * Channels + c;
                 bits |= (advance(chains[c], pick(), entry) ? 1U : 0U) << c;
             }
@@ -70,7 +70,7 @@ class ErrorDiffusion
     {
         if (width_ == 0)
             return;
-        for (unsigned c = 0; c < Channels; ++c) {
+        for (size_t c = 0; c < Channels; ++c) {
             carry_[size_t{width_} * Channels + c] = chains_[c].lowerLeft;
             carry_[(size_t{width_} + 1) * Channels + c] = chains_[c].below;
         }

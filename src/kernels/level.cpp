@@ -12,8 +12,20 @@ namespace lx::LX_LEVEL
 
 extern const Kernels kernelTable;
 constexpr Kernels kernelTable = {
-    LX_NAME(LX_LEVEL), &bitKernels,    &bitBlockKernels, &pixelKernels,
-    &diffusionKernels, &windowKernels, &resampleKernels,
+    .level = LX_NAME(LX_LEVEL),
+    .bits = &bitKernels,
+    .bitBlocks = &bitBlockKernels,
+    .pixels = &pixelKernels,
+    .diffusion = &diffusionKernels,
+    .window = &windowKernels,
+    .reverse = &reverseKernels,
+    .transpose = &transposeKernels,
+    .runs = &runKernels,
+    .resample = &resampleKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,      &bitBlockKernels, &pixelKernels,     &diffusionKernels, &windowKernels,
+    &medianKernels,    &resampleKernels, &reverseKernels,  &transposeKernels, &runKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,     &pixelKernels,   &diffusionKernels,    &windowKernels,
+    &medianKernels,    &composeKernels, &correctKernels, &paletteColorKernels,
 };
 
 } // namespace lx::LX_LEVEL

@@ -11,11 +11,23 @@
 
 #include <cstring>
 
+#if defined(LX_LEVEL_v4)
+#include "kernels/pixels_v4.h"
+#endif
+
 namespace lx::LX_LEVEL
 {
 
 namespace
 {
+
+// The sum of double-precision products falls short of the integer it stands for at some colours, all of them with x a
+// multiple of 100 and none of them gray; everywhere else it gives floor(x / 100).
+uint8_t preciseOf(const uint8_t* pixel, unsigned red)
+{
+    const double sum = (pixel[2 - red] * 0.33 + pixel[1] * 0.34) + pixel[red] * 0.33;
+    return static_cast<uint8_t>(static_cast<int32_t>(sum));
+}
 
 #if defined(LX_LEVEL_v4)
 
@@ -145,20 +157,21 @@ void levels16(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destinatio
     }
 }
 
-// The pixels of 64 at which the two gray rules may differ, pixel 0 lowest; `gray` is the weighted gray.
-uint64_t doubtful(const uint8_t* source, const uint8_t* gray, size_t n)
+// preciseOf() where it may differ from the weighted gray.
+void preciseGray(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, bool blueFirst)
 {
-    const auto of32 = [](const Weighted32& pixels, __m512i grays) -> uint64_t {
-        const __m512i swapped =
-            _mm512_or_si512(_mm512_slli_epi16(pixels.firstTwo, 8), _mm512_srli_epi16(pixels.firstTwo, 8));
-        const __m512i multiple = _mm512_mullo_epi16(grays, _mm512_set1_epi16(100));
-        return _mm512_mask_cmpneq_epi16_mask(_mm512_cmpeq_epi16_mask(pixels.x, multiple), pixels.firstTwo, swapped);
-    };
-    const __m512i grays = loadPixels(gray, n);
-    const __m512i low = _mm512_cvtepu8_epi16(_mm512_castsi512_si256(grays));
-    const __m512i high = _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(grays, 1));
-    const uint64_t first = of32(weighted32(source, n), low);
-    return n > 32 ? first | of32(weighted32(source + 96, n - 32), high) << 32 : first;
+    for (size_t i = 0; i < pixels; i += 32) {
+        const Weighted32 w = weighted32(source + 3 * i, pixels - i);
+        const __m512i gray = hundredths(w.x);
+        storeGray(destination + i, gray, pixels - i);
+        const __mmask32 multiple = _mm512_cmpeq_epi16_mask(w.x, _mm512_mullo_epi16(gray, _mm512_set1_epi16(100)));
+        const __m512i swapped = _mm512_or_si512(_mm512_slli_epi16(w.firstTwo, 8), _mm512_srli_epi16(w.firstTwo, 8));
+        for (uint64_t open = _mm512_mask_cmpneq_epi16_mask(multiple, w.firstTwo, swapped); open != 0;
+             open &= open - 1) {
+            const size_t k = i + static_cast<unsigned>(__builtin_ctzll(open));
+            destination[k] = preciseOf(source + 3 * k, blueFirst ? 2 : 0);
+        }
+    }
 }
 
 #else
@@ -236,23 +249,14 @@ uint64_t doubtful(const uint8_t* source, const uint8_t* gray, size_t n)
     uint8_t flags[64] = {};
     for (size_t k = 0; k < n; ++k) {
         const uint8_t* pixel = source + 3 * k;
-        flags[63 - k] = static_cast<int>(weighted(pixel) == gray[k] * 100) & static_cast<int>(pixel[0] != pixel[1]);
+        flags[63 - k] = static_cast<uint8_t>(static_cast<int>(weighted(pixel) == gray[k] * 100) &
+                                             static_cast<int>(pixel[0] != pixel[1]));
     }
     uint8_t bytes[8];
     packBits(flags, bytes, sizeof bytes);
     return __builtin_bswap64(loadLittle64(bytes));
 }
 
-#endif
-
-uint8_t preciseOf(const uint8_t* pixel, unsigned red)
-{
-    const double sum = (pixel[2 - red] * 0.33 + pixel[1] * 0.34) + pixel[red] * 0.33;
-    return static_cast<uint8_t>(static_cast<int32_t>(sum));
-}
-
-// The sum of double-precision products falls short of the integer it stands for at some colours, all of them with x a
-// multiple of 100 and none of them gray; everywhere else both rules give floor(x / 100).
 void preciseGray(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, bool blueFirst)
 {
     const unsigned red = blueFirst ? 2 : 0;
@@ -266,6 +270,8 @@ void preciseGray(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destina
     }
 }
 
+#endif
+
 void component(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, unsigned component)
 {
     const uint8_t* LX_RESTRICT bytes = source + component;
@@ -278,29 +284,6 @@ void lookup(const uint8_t* source, uint8_t* destination, size_t pixels, const ui
     LookupTable(table).look(source, destination, pixels);
 }
 
-#if defined(LX_LEVEL_v4)
-
-// Byte b of 64 triples is component b % 3 of pixel b / 3. Three registers hold a component each: one permute takes two
-// of them (the second from 64 on), and another, under a mask, the third.
-struct Weave {
-    alignas(64) uint8_t firstTwo[3][64] = {};
-    alignas(64) uint8_t third[3][64] = {};
-    uint64_t isThird[3] = {};
-
-    constexpr Weave()
-    {
-        for (unsigned b = 0; b < 192; ++b) {
-            const auto pixel = static_cast<uint8_t>(b / 3);
-            firstTwo[b / 64][b % 64] = static_cast<uint8_t>(b % 3 == 1 ? 64 + pixel : pixel);
-            third[b / 64][b % 64] = pixel;
-            isThird[b / 64] |= uint64_t{b % 3 == 2} << b % 64;
-        }
-    }
-};
-constexpr Weave weave;
-
-#endif
-
 void colors(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, const ColorTable& table)
 {
     size_t i = 0;
@@ -309,15 +292,7 @@ void colors(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination,
                                    LookupTable(table.component[2])};
     for (; i + 64 <= pixels; i += 64) {
         const __m512i index = _mm512_loadu_si512(source + i);
-        const __m512i first = tables[0].look(index);
-        const __m512i second = tables[1].look(index);
-        const __m512i third = tables[2].look(index);
-        for (unsigned part = 0; part < 3; ++part) {
-            const __m512i two = _mm512_permutex2var_epi8(first, _mm512_load_si512(weave.firstTwo[part]), second);
-            const __m512i v =
-                _mm512_mask_permutexvar_epi8(two, weave.isThird[part], _mm512_load_si512(weave.third[part]), third);
-            _mm512_storeu_si512(destination + 3 * i + 64 * part, v);
-        }
+        storeTriples({tables[0].look(index), tables[1].look(index), tables[2].look(index)}, destination + 3 * i);
     }
 #endif
     for (; i < pixels; ++i) {

@@ -142,13 +142,22 @@ void shadeSums(const uint8_t* LX_RESTRICT counts, size_t size, const uint8_t* LX
 {
     const LookupTable table(levels);
     for (size_t i = 0; i < windows; i += 64) {
+        const size_t n = windows - i < 64 ? windows - i : 64;
+#if defined(LX_LEVEL_v4)
+        __m512i sums = _mm512_loadu_si512(counts + i);
+        for (size_t k = 1; k < size; ++k)
+            sums = _mm512_add_epi8(sums, _mm512_loadu_si512(counts + i + k));
+        const __mmask64 some = ~0ULL >> (64 - n);
+        _mm512_mask_storeu_epi8(destination + i, some, table.look(sums));
+#else
         uint8_t sums[64];
         std::memcpy(sums, counts + i, sizeof sums);
         for (size_t k = 1; k < size; ++k) {
             for (size_t w = 0; w < 64; ++w)
                 sums[w] = static_cast<uint8_t>(sums[w] + counts[i + k + w]);
         }
-        table.look(sums, destination + i, windows - i < 64 ? windows - i : 64);
+        table.look(sums, destination + i, n);
+#endif
     }
 }
 

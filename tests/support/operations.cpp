@@ -11,7 +11,17 @@ namespace
 constexpr void (*adders[])(Operations&) = {
     addGrayOperations,
     addBilevelOperations,
+    addRotationOperations,
+    addFullColorOperations,
     addBilevelScaling,
+    addResolutionOperations,
+    addThumbnailOperations,
+    addBilevelScaling,
+    addRotationOperations,
+    addMedianOperations,
+    addSlantOperations,
+    addCorrectOperations,
+    addComposeOperations,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

@@ -35,6 +35,7 @@ TEST_F(CommandLine, WrongArguments)
                                               {"halftone", in, out, "--method", "dither", "--matrix", "bayer3"},
                                               {"halftone", in, out, "--kernel", "1,1,1,1"},
                                               {"halftone", in, out, "--random", "--kernel", "even"},
+                                              {"halftone", in, out, "--random", "--band-lines", "9"},
                                               {"halftone", in, out, "--band-lines", "-1"},
                                               {"halftone", in, out, "--page", "0"},
                                               {"demo", "-o", path("demo"), "--tilt", "46"}};

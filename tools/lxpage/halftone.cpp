@@ -86,7 +86,7 @@ class Halftoner
         : settings_(settings), page_(page), gray_(IMAGE_TYPE_256GRAY, gridWidth(), std::min(bandLines, page.height())),
           result_(IMAGE_TYPE_BW, page.width(), page.height(), page.resolution, gray_.width())
     {
-        // Beyond the page there is white paper, which diffuses no error back.
+        // Columns added to the page are white paper.
         std::memset(gray_.line(0), 255, size_t{gray_.bytesPerLine()} * gray_.height());
         if (settings.method == HalftoneMethod::Diffusion) {
             carry_.resize(lxCalculateErrorBufferSize(IMAGE_TYPE_BW, gray_.width()) / sizeof(double));

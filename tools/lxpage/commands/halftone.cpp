@@ -66,6 +66,9 @@ void completeSettings(const CLI::App& command, Options& options)
     if (kernels.empty()) {
         kernels = settings.randomKernels ? kernelNames() : std::vector<std::string>{"floyd-steinberg"};
     }
+    if (settings.randomKernels && command.count("--band-lines") > 0) {
+        throw PageError(ExitCode::Usage, "--random takes the page at once, without --band-lines");
+    }
     if (settings.randomKernels && kernels.size() < 2) {
         throw PageError(ExitCode::Usage, "--random needs several kernels to choose from");
     }

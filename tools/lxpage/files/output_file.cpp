@@ -90,7 +90,9 @@ void OutputFile::commit()
 void removeTemporaryOnSignals()
 {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        std::signal(signal, removePendingAndDie);
+        if (std::signal(signal, removePendingAndDie) == SIG_IGN) {
+            std::signal(signal, SIG_IGN); // as under nohup
+        }
     }
 }
 

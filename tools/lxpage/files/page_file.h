@@ -20,6 +20,7 @@ class PageSource
   public:
     virtual ~PageSource() = default;
     [[nodiscard]] virtual unsigned count() const { return 1; }
+    // Each page can be read once.
     virtual Image read(unsigned index) = 0;
 };
 

@@ -38,7 +38,6 @@ class PngSource : public PageSource
     Image read(unsigned index) override;
 
   private:
-    // File handle and decoder are used up by one picture.
     void readHeader();
     void choosePaletteLayout();
     void readRows(Image& image);
