@@ -16,8 +16,6 @@ constexpr void (*adders[])(Operations&) = {
     addBilevelScaling,
     addResolutionOperations,
     addThumbnailOperations,
-    addBilevelScaling,
-    addRotationOperations,
     addMedianOperations,
     addSlantOperations,
     addCorrectOperations,
