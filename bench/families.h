@@ -10,6 +10,8 @@ namespace bench
 {
 
 void addConversions(Operations& operations);
+void addMultilevelScaling(Operations& operations);
+void addThumbnails(Operations& operations);
 
 // Each returns its library's name and version.
 std::string addLeptonica(Operations& operations);
