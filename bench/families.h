@@ -12,6 +12,8 @@ namespace bench
 void addConversions(Operations& operations);
 void addMultilevelScaling(Operations& operations);
 void addThumbnails(Operations& operations);
+void addRotations(Operations& operations);
+void addBilevelScaling(Operations& operations);
 
 // Each returns its library's name and version.
 std::string addLeptonica(Operations& operations);

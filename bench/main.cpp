@@ -113,6 +113,8 @@ int main(int count, char** arguments)
     addConversions(operations);
     addMultilevelScaling(operations);
     addThumbnails(operations);
+    addRotations(operations);
+    addBilevelScaling(operations);
     addPeers(operations);
     for (const Operation& operation : operations.all()) {
         benchmark::RegisterBenchmark(operation.name.c_str(), run, operation, seconds)->Iterations(1)->UseManualTime();

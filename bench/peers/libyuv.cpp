@@ -48,6 +48,14 @@ Prepare scaledPlanes(uint16_t type, uint32_t width, uint32_t height, libyuv::Fil
                                    filter);
             }
             return true;
+Prepare turn(libyuv::RotationMode mode)
+{
+    return [mode]() -> Run {
+        const bool lying = mode != libyuv::kRotate180;
+        const Shape shape = lying ? Shape{IMAGE_TYPE_256GRAY, pageHeight, pageWidth} : Shape{IMAGE_TYPE_256GRAY};
+        return [mode, &from = page(IMAGE_TYPE_256GRAY), to = Picture(shape)] {
+            return libyuv::RotatePlane(from.pixels(), int(from.bytesPerLine()), to.pixels(), int(to.bytesPerLine()),
+                                       int(pageWidth), int(pageHeight), mode) == 0;
         };
     };
 }
@@ -72,6 +80,11 @@ void addScalingPeers(Operations& operations)
     operations.addPeer("thumbnail, gray", "libyuv", scaledPlanes(IMAGE_TYPE_256GRAY, 200, 283, libyuv::kFilterBox));
     operations.addPeer("thumbnail, colour", "libyuv on planes",
                        scaledPlanes(IMAGE_TYPE_16MRGB, 200, 283, libyuv::kFilterBox));
+void addRotationPeers(Operations& operations)
+{
+    operations.addPeer("turn gray by 90", "libyuv", turn(libyuv::kRotate90));
+    operations.addPeer("turn gray by 180", "libyuv", turn(libyuv::kRotate180));
+    operations.addPeer("turn gray by 270", "libyuv", turn(libyuv::kRotate270));
 }
 
 } // namespace
@@ -80,6 +93,7 @@ std::string addLibyuv(Operations& operations)
 {
     addConversionPeers(operations);
     addScalingPeers(operations);
+    addRotationPeers(operations);
     return "libyuv " + std::to_string(LIBYUV_VERSION);
 }
 

@@ -1,4 +1,5 @@
 // Progress reports: one method for each reporting rule. A value is passed on only when it exceeds the last one.
+// Filters of several passes have a rule of their own.
 
 #pragma once
 
@@ -52,6 +53,35 @@ class Progress
     }
 
     ProgressCallback callback_;
+    uint32_t last_ = 0;
+};
+
+// A single-precision total climbs towards 100 in equal steps, one for each line of each pass, and is reported when its
+// rounded value changes. The scale passed on is 50 all the same; this is deliberate.
+class PassProgress
+{
+  public:
+    PassProgress(ProgressCallback callback, unsigned passes, uint32_t height) noexcept
+        : callback_(callback), step_(100.0F / static_cast<float>(uint64_t{passes} * height))
+    {
+    }
+
+    void lineDone() noexcept
+    {
+        if (callback_ == nullptr)
+            return;
+        total_ += step_;
+        const auto value = static_cast<uint32_t>(total_ + 0.5);
+        if (value == last_)
+            return;
+        last_ = value;
+        callback_(value, 50);
+    }
+
+  private:
+    ProgressCallback callback_;
+    float step_;
+    float total_ = 0.0F;
     uint32_t last_ = 0;
 };
 

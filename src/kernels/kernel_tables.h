@@ -13,6 +13,13 @@ extern const BitBlockKernels bitBlockKernels;
 extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
+extern const MedianKernels medianKernels;
 extern const ResampleKernels resampleKernels;
+extern const ReverseKernels reverseKernels;
+extern const TransposeKernels transposeKernels;
+extern const RunKernels runKernels;
+extern const ComposeKernels composeKernels;
+extern const CorrectKernels correctKernels;
+extern const PaletteColorKernels paletteColorKernels;
 
 } // namespace lx::LX_LEVEL

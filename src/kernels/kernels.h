@@ -7,9 +7,16 @@
 
 #include "kernels/bit_blocks.h"
 #include "kernels/bits.h"
+#include "kernels/compose.h"
+#include "kernels/correct.h"
 #include "kernels/diffusion.h"
+#include "kernels/median.h"
+#include "kernels/palette_color.h"
 #include "kernels/pixels.h"
 #include "kernels/resample.h"
+#include "kernels/reverse.h"
+#include "kernels/runs.h"
+#include "kernels/transpose.h"
 #include "kernels/window.h"
 
 #include <cstddef>
@@ -24,7 +31,14 @@ struct Kernels {
     const PixelKernels* pixels;
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
+    const MedianKernels* median;
     const ResampleKernels* resample;
+    const ReverseKernels* reverse;
+    const TransposeKernels* transpose;
+    const RunKernels* runs;
+    const ComposeKernels* compose;
+    const CorrectKernels* correct;
+    const PaletteColorKernels* paletteColor;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.

@@ -104,9 +104,14 @@ ColorPalette paletteOf(uint16_t type);
 // Adders, one per family.
 void addGrayOperations(Operations& operations);
 void addBilevelOperations(Operations& operations);
+void addRotationOperations(Operations& operations);
 void addFullColorOperations(Operations& operations);
 void addBilevelScaling(Operations& operations);
 void addResolutionOperations(Operations& operations);
 void addThumbnailOperations(Operations& operations);
+void addMedianOperations(Operations& operations);
+void addSlantOperations(Operations& operations);
+void addCorrectOperations(Operations& operations);
+void addComposeOperations(Operations& operations);
 
 } // namespace lxtest

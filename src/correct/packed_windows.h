@@ -1,0 +1,153 @@
+// The 3 x 3 neighbourhoods of packed pixels, a byte of pixels at a time.
+//
+// A run of a line is worked on as the bytes it lies in, three rows of them. The first and the last byte of a line are
+// taken from a small copy, in which the bits outside the area are replaced by its edge pixel; all others are read where
+// they lie. Results are made beside the rows and then copied to their place in the destination.
+//
+// Source and destination may be the same pixels, with the same meaning as in WindowWalk.
+
+#pragma once
+
+#include "frame/window_walk.h"
+
+namespace lx
+{
+
+// A run of a line: n pixels from pixel i on, in `bytes` bytes, the first at bit `phase` of the first byte.
+struct PackedRun {
+    uint32_t i;
+    uint32_t n;
+    unsigned phase;
+    size_t bytes;
+};
+
+// `bits` is the size of a pixel in both areas: 1 or 4.
+template <unsigned bits>
+class PackedWindows
+{
+  public:
+    static constexpr size_t runBytes = 1024;
+
+    PackedWindows(const AreaView& source, const AreaView& destination) noexcept
+        : bits_(*kernels().bits), source_(source), destination_(destination), overlap_(source, destination),
+          phase_(source.phase() * bits), bytes_((phase_ + size_t{overlap_.width} * bits + 7) / 8),
+          tail_(static_cast<unsigned>(bytes_ * 8 - phase_ - size_t{overlap_.width} * bits)),
+          inPlace_(arePixelsShared(source, destination))
+    {
+    }
+
+    uint32_t height() const { return overlap_.height; }
+    bool inPlace() const { return inPlace_; }
+
+    // filter(upper, centre, lower, out, n) makes n bytes, and reads one byte more on both sides of the rows;
+    // finish(run, centre, out) may change them before they go home.
+    template <class Filter, class Finish>
+    void line(uint32_t j, Filter filter, Finish finish) noexcept
+    {
+        if (overlap_.width == 0)
+            return;
+        const WindowRows rows = rowsAround(source_, overlap_.height, j);
+        for (size_t k = 0; k < bytes_; k += runBytes) {
+            const PackedRun run = runAt(k);
+            const WindowRows here = inPlace_ ? fromCopy(rows, k, run.bytes) : rows.at(k);
+            const size_t end = run.bytes - 1;
+            const bool isLast = k + end + 1 == bytes_;
+            if (k == 0)
+                filterEdge(here, 0, out_, filter);
+            if (isLast && bytes_ != 1)
+                filterEdge(here.at(end), k + end, out_ + end, filter);
+            const size_t from = k == 0 ? 1 : 0;
+            const size_t to = isLast ? end : end + 1;
+            if (from < to)
+                filter(here.upper + from, here.centre + from, here.lower + from, out_ + from, to - from);
+            finish(run, here.centre, out_);
+            bits_.copyBits(out_, run.phase, destination_.at(run.i, j), destination_.phase(run.i) * bits,
+                           size_t{run.n} * bits);
+        }
+    }
+
+    void copyLine(uint32_t j) noexcept
+    {
+        if (!inPlace_ && overlap_.width != 0)
+            bits_.copyBits(source_.row(j), phase_, destination_.row(j), destination_.phase() * bits,
+                           size_t{overlap_.width} * bits);
+    }
+
+  private:
+    // The run that starts at byte k of the line.
+    PackedRun runAt(size_t k) const
+    {
+        const size_t bytes = std::min(bytes_ - k, runBytes);
+        const unsigned phase = k == 0 ? phase_ : 0;
+        const unsigned behind = k + bytes == bytes_ ? tail_ : 0;
+        return {static_cast<uint32_t>(k == 0 ? 0 : (k * 8 - phase_) / bits),
+                static_cast<uint32_t>((bytes * 8 - phase - behind) / bits), phase, bytes};
+    }
+
+    // The line in work goes through a copy, which still holds the byte before the run as it was.
+    WindowRows fromCopy(const WindowRows& rows, size_t k, size_t bytes)
+    {
+        uint8_t* copy = centre_ + 1;
+        if (k != 0)
+            copy[-1] = copy[runBytes - 1];
+        const size_t after = k + bytes == bytes_ ? 0 : 1;
+        std::memcpy(copy, rows.centre + k, bytes + after);
+        return {rows.upper == rows.centre ? copy : rows.upper + k, copy,
+                rows.lower == rows.centre ? copy : rows.lower + k};
+    }
+
+    // `rows` are at byte k of the line, its first or its last.
+    template <class Filter>
+    void filterEdge(const WindowRows& rows, size_t k, uint8_t* out, Filter filter) const
+    {
+        uint8_t upper[3];
+        uint8_t centre[3];
+        uint8_t lower[3];
+        padEdge(rows.upper, k, upper);
+        padEdge(rows.centre, k, centre);
+        padEdge(rows.lower, k, lower);
+        filter(upper + 1, centre + 1, lower + 1, out, 1);
+    }
+
+    void padEdge(const uint8_t* row, size_t k, uint8_t* three) const
+    {
+        uint8_t byte = *row;
+        if (k == 0) {
+            three[0] = repeated(byte >> (8 - bits - phase_));
+            byte = mixed(byte, three[0], 0xFFU >> phase_);
+        } else {
+            three[0] = row[-1];
+        }
+        if (k + 1 == bytes_) {
+            three[2] = repeated(byte >> tail_);
+            byte = mixed(byte, three[2], 0xFFU << tail_);
+        } else {
+            three[2] = row[1];
+        }
+        three[1] = byte;
+    }
+
+    // A byte full of the pixel in the lowest bits.
+    static uint8_t repeated(unsigned pixel)
+    {
+        return static_cast<uint8_t>(bits == 1 ? (pixel & 1) * 0xFF : (pixel & 15) * 0x11);
+    }
+
+    static uint8_t mixed(unsigned own, unsigned other, unsigned mask)
+    {
+        return static_cast<uint8_t>((own & mask) | (other & ~mask));
+    }
+
+    const BitKernels& bits_;
+    const AreaView source_;
+    const AreaView destination_;
+    const Overlap overlap_;
+    const unsigned phase_; // bits in front of the first pixel in its byte
+    const size_t bytes_;   // bytes that a line of the source lies in
+    const unsigned tail_;  // bits behind the last pixel in its byte
+    const bool inPlace_;
+    alignas(64) uint8_t centre_[runBytes + 2];
+    alignas(64) uint8_t out_[runBytes];
+};
+
+} // namespace lx

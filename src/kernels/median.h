@@ -1,0 +1,26 @@
+// Rank and majority of 3 x 3 neighbourhoods.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace lx
+{
+
+struct MedianKernels {
+    // destination[k] = the sixth smallest of the bytes k - stride, k and k + stride of the three rows.
+    void (*sixthOfNine)(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower, uint8_t* destination,
+                        size_t bytes, size_t stride);
+
+    // On packed bits: each bit of destination[0] to destination[bytes - 1] = 1 if at least five are set among the bit,
+    // its two neighbours, and the same in the other two rows. Reads the bytes -1 and `bytes` of each row.
+    void (*majorityOfBits)(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower, uint8_t* destination,
+                           size_t bytes);
+
+    // The same on packed nibbles, for each of their bits 0 to 2; bit 3 is that of `centre`.
+    void (*majorityOfNibbles)(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower, uint8_t* destination,
+                              size_t bytes);
+};
+
+} // namespace lx
