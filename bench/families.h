@@ -10,6 +10,8 @@ namespace bench
 {
 
 void addConversions(Operations& operations);
+void addMultilevelScaling(Operations& operations);
+void addThumbnails(Operations& operations);
 void addRotations(Operations& operations);
 void addBilevelScaling(Operations& operations);
 

@@ -111,6 +111,8 @@ int main(int count, char** arguments)
     }
     Operations operations;
     addConversions(operations);
+    addMultilevelScaling(operations);
+    addThumbnails(operations);
     addRotations(operations);
     addBilevelScaling(operations);
     addPeers(operations);

@@ -102,6 +102,44 @@ void addConversionPeers(Operations& operations)
     operations.addPeer("colour to bilevel, fixed", "OpenCV to bytes", colorToBilevel(), Job::Rougher);
 }
 
+auto resize(uint32_t width, uint32_t height, int method)
+{
+    return [=](const cv::Mat& source, cv::Mat& result) {
+        cv::resize(source, result, {int(width), int(height)}, 0, 0, method);
+    };
+}
+
+void addColorPeers(Operations& operations)
+{
+    operations.addPeer("gray to colour", "OpenCV",
+                       fromPage(IMAGE_TYPE_256GRAY, [](const cv::Mat& source, cv::Mat& result) {
+                           cv::cvtColor(source, result, cv::COLOR_GRAY2RGB);
+                       }));
+    operations.addPeer("swap of component order", "OpenCV",
+                       fromPage(IMAGE_TYPE_16MRGB, [](const cv::Mat& source, cv::Mat& result) {
+                           cv::cvtColor(source, result, cv::COLOR_RGB2BGR);
+                       }));
+}
+
+void addScalingPeers(Operations& operations)
+{
+    const auto add = [&](const std::string& operation, uint16_t type, uint32_t dpi, int method) {
+        operations.addPeer(
+            operation + ", 300 to " + std::to_string(dpi) + " dpi", "OpenCV",
+            fromPage(type, resize((pageWidth * dpi + 150) / 300, (pageHeight * dpi + 150) / 300, method)));
+    };
+    for (const uint32_t dpi : {100U, 72U}) {
+        add("averaging, gray", IMAGE_TYPE_256GRAY, dpi, cv::INTER_AREA);
+        add("averaging, colour", IMAGE_TYPE_16MRGB, dpi, cv::INTER_AREA);
+    }
+    for (const uint32_t dpi : {200U, 600U}) {
+        add("interpolation, gray", IMAGE_TYPE_256GRAY, dpi, cv::INTER_LINEAR);
+        add("interpolation, colour", IMAGE_TYPE_16MRGB, dpi, cv::INTER_LINEAR);
+        add("sampling, gray", IMAGE_TYPE_256GRAY, dpi, cv::INTER_NEAREST);
+        add("sampling, colour", IMAGE_TYPE_16MRGB, dpi, cv::INTER_NEAREST);
+    }
+    operations.addPeer("thumbnail, colour", "OpenCV", fromPage(IMAGE_TYPE_16MRGB, resize(200, 283, cv::INTER_AREA)));
+    operations.addPeer("thumbnail, gray", "OpenCV", fromPage(IMAGE_TYPE_256GRAY, resize(200, 283, cv::INTER_AREA)));
 auto turn(int code)
 {
     return [code](const cv::Mat& source, cv::Mat& result) { cv::rotate(source, result, code); };
@@ -141,6 +179,8 @@ std::string addOpenCv(Operations& operations)
 {
     cv::setNumThreads(1);
     addConversionPeers(operations);
+    addColorPeers(operations);
+    addScalingPeers(operations);
     addRotationPeers(operations);
     return "OpenCV " CV_VERSION;
 }
