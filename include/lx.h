@@ -133,6 +133,28 @@ typedef struct ErrorBufferDesc {
     uint32_t size;  /**< Its size in bytes, from lxCalculateErrorBufferSize; read by lxClearErrorBuffer only. */
 } ErrorBufferDesc;
 
+/** A setting as a fraction: `level` / `maxLevel`. */
+typedef struct CorrectionLevel {
+    int32_t level;    /**< Position on the scale -`maxLevel` to +`maxLevel`; 0 changes nothing. */
+    int32_t maxLevel; /**< Half the length of the scale, above 0. Other values give what the formulas give. */
+} CorrectionLevel;
+
+/** A tone table: entry v is the new level of level v. */
+typedef struct GammaTable {
+    uint8_t entries[256];
+} GammaTable;
+
+/** Weights of red, green and blue in each component: entries 3 c, 3 c + 1 and 3 c + 2 give component c. */
+typedef struct ColorCorrectionMatrix {
+    double entries[9];
+} ColorCorrectionMatrix;
+
+/** How to sharpen. */
+typedef struct MTFParameters {
+    uint16_t mode;          /**< 1: cross and diagonal; any other value: across and down, separately. */
+    double coefficients[4]; /**< Gains, see lxMTFCorrection; any values. Mode 1 reads three. */
+} MTFParameters;
+
 /** Progress of an operation, called on the caller's own thread. After line j of H lines (counted from 0) the value is
  *  p = trunc(j / H * 50 + 0.5); the call (p, 50) is made only when p has grown since the last call, starting from 0.
  *  An operation on few lines therefore ends below 50, and one line makes no call.
@@ -373,6 +395,78 @@ LX_API int8_t lxRotationBySimpleAngle(uint16_t angle, const ImageArea* source, c
  *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for differing types or a type above 6. */
 LX_API int8_t lxRotationBySpecificationAngle(double angle, const ImageArea* source, const ImageArea* destination,
                                              ProgressCallback progress) LX_NOEXCEPT;
+/* Conversion to palette colours                                                                                    */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Full colour to 8 colours by one threshold: a component is on where it is above T.
+ *
+ *  @param threshold    T, by the rule of lxImageTypeConvertToBWNonHalftone. `range` must not be 0.
+ *  @param source       IMAGE_TYPE_16MRGB.
+ *  @param destination  IMAGE_TYPE_8RGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a `range` of 0. */
+LX_API int8_t lxImageTypeConvertTo8RGBNonHalftone(const ThresholdLevel* threshold, const ImageArea* source,
+                                                  const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/** Full colour to 8 colours by ordered dither: a component is on where it is above the matrix's threshold, which is the
+ *  same for all three.
+ *
+ *  Matrix and phases work as in lxImageTypeConvertToBWDitherHalftone.
+ *
+ *  @param phaseX       In and out: matrix column of the next pixel.
+ *  @param phaseY       In and out: matrix row of the next line.
+ *  @param matrix       `columns` and `rows` from 1 to 16.
+ *  @param source       IMAGE_TYPE_16MRGB.
+ *  @param destination  IMAGE_TYPE_8RGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a matrix size out of range
+ *                      (the phases are then untouched). */
+LX_API int8_t lxImageTypeConvertTo8RGBDitherHalftone(uint16_t* phaseX, uint16_t* phaseY, const DitherMatrix* matrix,
+                                                     const ImageArea* source, const ImageArea* destination,
+                                                     ProgressCallback progress) LX_NOEXCEPT;
+
+/** Full colour to 8 colours by error diffusion, each component for itself by the rule of
+ *  lxImageTypeConvertToBWEDHalftone.
+ *
+ *  An entry of the ErrorBuffer is three doubles, in the order of the source pixel's bytes. Kernels taken in turn are the
+ *  same for all three components; random ones take three rand() per pixel, in the order of its bytes.
+ *
+ *  The generator is reseeded, srand(time(NULL)), by every call; concurrent calls disturb each other's sequence.
+ *
+ *  @param randomKernel  0: kernels are taken in turn, starting with the first on every line; any other value: each
+ *                       component of a pixel takes kernel rand() mod `kernelCount`.
+ *  @param kernelCount   Number of kernels, at least 1.
+ *  @param kernels       The kernels.
+ *  @param errorBuffer   ErrorBuffer for the source area's width, cleared before the first band of a page.
+ *  @param source        IMAGE_TYPE_16MRGB; all bands of a page in one colorOrder.
+ *  @param destination   IMAGE_TYPE_8RGB.
+ *  @param progress      May be null.
+ *  @return              IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a `kernelCount` of 0. */
+LX_API int8_t lxImageTypeConvertTo8RGBEDHalftone(uint16_t randomKernel, uint16_t kernelCount,
+                                                 const ErrorDiffusionKernel* kernels,
+                                                 const ErrorBufferDesc* errorBuffer, const ImageArea* source,
+                                                 const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/** Full colour to 16 colours, by three levels of each component: floor(v / 86).
+ *
+ *  The 27 triples of levels stand for the colours of the palette, but dark blue, purple and half gray are never
+ *  produced: half a level of blue is full blue, and (1, 1, 1) is the light gray. The lack of symmetry is deliberate.
+ *
+ *  @param source       IMAGE_TYPE_16MRGB.
+ *  @param destination  IMAGE_TYPE_16RGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxImageTypeConvertTo16RGB(const ImageArea* source, const ImageArea* destination,
+                                        ProgressCallback progress) LX_NOEXCEPT;
+
+/** Full colour to the 6 x 6 x 6 cube: index 36 b + 6 g + r, each level being floor(v / 43) and not the nearest.
+ *
+ *  @param source       IMAGE_TYPE_16MRGB.
+ *  @param destination  IMAGE_TYPE_256RGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxImageTypeConvertTo256RGB(const ImageArea* source, const ImageArea* destination,
+                                         ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
 /* Conversion to full colour                                                                                        */
@@ -422,7 +516,8 @@ LX_API int8_t lxImageTypeConvertTo16MRGBFrom8RGB(uint16_t windowSize, const Imag
  *   - S <= D: runs of q = D / S or q + 1 destination pixels, one for each source pixel, by the same accumulator with f
  *     the fraction of D / S, cut at q S + trunc(f S + 0.5).
  *
- *  The blocks or runs may end a little short of the destination: its last pixels then keep their values.
+ *  The blocks or runs may end a little short of the destination: its last pixels then keep their values. Full-colour
+ *  components keep their stored order: `colorOrder` is not looked at.
  *
  *  | type, method       | 0    | 1         | 2         | 5         | any other |
  *  |--------------------|------|-----------|-----------|-----------|-----------|
@@ -633,6 +728,156 @@ LX_API int8_t lxDetectionSlantAngleForDebug(double* angle, const ImageArea* sour
                                             uint32_t* edgeStartBColumn, uint32_t* edgeStartBRow,
                                             uint32_t* edgeEndAColumn, uint32_t* edgeEndARow, uint32_t* edgeEndBColumn,
                                             uint32_t* edgeEndBRow, ProgressCallback progress) LX_NOEXCEPT;
+/* Tone                                                                                                             */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Build a tone table.
+ *
+ *  Starting from entry i = i, the stages run in the order below, each on the table that the one before left. f is the
+ *  setting's fraction and t = trunc(128 / maxLevel * level + 0.5); saturate(v) is trunc(v + 0.5), 255 above 255 and
+ *  0 below 0 or if v is not a number. All in double precision, with the C library's tan and pow.
+ *
+ *  - Brightness: e becomes saturate(e + 128 / maxLevel * level).
+ *  - Contrast: e becomes saturate((e - 127.5) * tan((f + 1) * 3.1415926535 / 4) + 127.5).
+ *  - Gamma: e becomes saturate(255 * (e / 255)^g), formed as pow(e, g) / pow(255, g - 1), g being 1 + 9 f if `level` is
+ *    0 or more, else 1 - 0.9 f: both signs darken.
+ *  - Highlight, if `level` is at least 1: with H = 255 - t, entries from H on become 255, and those from H - 32 to
+ *    H - 1 become saturate(e + (255 - e') * (i - H - 32) / 32), e' being entry i + H of the stage's input.
+ *  - Shadow, if `level` is at least 1: with S = t, entries up to S become 0, and those from S + 1 to S + 32 become
+ *    saturate(e - e' * (S + 32 - i) / 32), e' being entry i + S of the stage's input.
+ *  - Reversal, if the value is at least 1: e becomes 255 - e.
+ *
+ *  An index of e' above 255 reads entry 255, one below 0 entry 0. H and S are kept in 16 bits, which wrap.
+ *
+ *  @param brightness  Brightness.
+ *  @param contrast    Contrast; -1 is flat.
+ *  @param gamma       Gamma.
+ *  @param highlight   Highlight.
+ *  @param shadow      Shadow.
+ *  @param reverse     Reversal: at least 1 for a negative.
+ *  @param table       The table to fill.
+ *  @return            IMAGE_STATUS_OK. */
+LX_API int8_t lxCreateGammaCorrectionTable(const CorrectionLevel* brightness, const CorrectionLevel* contrast,
+                                           const CorrectionLevel* gamma, const CorrectionLevel* highlight,
+                                           const CorrectionLevel* shadow, const int32_t* reverse,
+                                           GammaTable* table) LX_NOEXCEPT;
+
+/** Apply a tone table in place.
+ *
+ *  Gray levels and every component of full colour become the table's entry. A bilevel pixel stands for level 0 or 255,
+ *  and becomes white where its entry is at least 128.
+ *
+ *  @param table     The table.
+ *  @param area      IMAGE_TYPE_BW, IMAGE_TYPE_256GRAY or IMAGE_TYPE_16MRGB.
+ *  @param progress  May be null.
+ *  @return          IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxGammaCorrection(const GammaTable* table, const ImageArea* area, ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Colour and sharpness                                                                                             */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Build a matrix that turns the hue, and scales the saturation and the lightness of colours.
+ *
+ *  With the turn a in degrees, 360 - 180 f for a hue `level` above 0 and else -180 f, f being its fraction, and the
+ *  gains S and L, each 1 + its fraction: A = S cos a, B = sqrt(3) S sin a, and the rows are (d0, d1, d2), (d2, d0, d1)
+ *  and (d1, d2, d0) with d0 = (2 A + L) / 3, d1 = (L - A + B) / 3 and d2 = (L - A - B) / 3. All in double precision,
+ *  with the C library's sin and cos, and 3.1415926535 for pi. Settings of 0 give the identity.
+ *
+ *  @param hue         Turn; its fraction stands for half a turn.
+ *  @param saturation  -1 takes all colour out, +1 doubles it.
+ *  @param lightness   -1 is black, +1 twice as light.
+ *  @param matrix      The matrix to fill.
+ *  @return            IMAGE_STATUS_OK. */
+LX_API int8_t lxCreateColorCorrectionMatrix(const CorrectionLevel* hue, const CorrectionLevel* saturation,
+                                            const CorrectionLevel* lightness,
+                                            ColorCorrectionMatrix* matrix) LX_NOEXCEPT;
+
+/** Apply a matrix to full-colour pixels in place.
+ *
+ *  The entries are rounded to single precision. Each component becomes (m0 R + m1 G) + m2 B, summed in double precision,
+ *  rounded to single precision and truncated: 255 from 255 on, 0 from 0 down and if it is not a number. It truncates
+ *  where tone tables round: on purpose.
+ *
+ *  @param matrix    The matrix; any values.
+ *  @param area      IMAGE_TYPE_16MRGB.
+ *  @param progress  May be null.
+ *  @return          IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxColorCorrection(const ColorCorrectionMatrix* matrix, const ImageArea* area,
+                                ProgressCallback progress) LX_NOEXCEPT;
+
+/** Sharpen edges, each component for itself.
+ *
+ *  With C a level, L and R, U and D its neighbours, and those at the edges of the overlap standing for the ones beyond:
+ *
+ *  - Separately: h = 2 C - (L + R), v = 2 C - (U + D), and the result is (C + h kh) + v kv. The gains k are the
+ *    coefficients times 0.125: kh the first if h is at least 0 and else the third, kv the second or the fourth.
+ *  - Mode 1: s is the sum of the four direct neighbours less 4 C, d is 4 C less the sum of the four diagonal ones, and
+ *    the result is (C + s k1) + d kd. The gains are the coefficients times 0.0625: k1 the first, kd the second if d is
+ *    at least 0 and else the third. A positive first one smooths.
+ *
+ *  Gains are rounded to single precision, the sum is formed in double precision, rounded to single precision and
+ *  truncated: 255 from 255 on, 0 from 0 down and if it is not a number.
+ *
+ *  @param parameters   Mode and coefficients.
+ *  @param source       IMAGE_TYPE_256GRAY or IMAGE_TYPE_16MRGB.
+ *  @param destination  The same type.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxMTFCorrection(const MTFParameters* parameters, const ImageArea* source, const ImageArea* destination,
+                              ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Compositing and masking                                                                                          */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Paste an image into an area of another, converting it to the destination's type.
+ *
+ *  A full-colour source gives its pixels' colours. Any other source gives palette entries, and is read as the palette's
+ *  `count` says, whatever its type: 1 bit a pixel for a `count` up to 2, 4 bits up to 16, 8 bits above. Entries are
+ *  read as they stand, those at or above `count` too.
+ *
+ *  - To IMAGE_TYPE_BW: white where gray = trunc((B + R) 0.33 + G 0.34 + 0.5) is above a fixed 8 x 8 table of thresholds
+ *    from 0 to 252, counted from the area's corner. In 4-bit and 8-bit palette sources, an entry with R = G = the blue
+ *    of entry 0, and 0 or 255, is black or white without dither.
+ *  - To IMAGE_TYPE_256GRAY: trunc(R w + B w + G w + 0.5), w being one third in single precision, at most 255; with a
+ *    key the gray of the rule above. The two rules differ on purpose.
+ *  - To IMAGE_TYPE_8RGB: a component is on from 128.
+ *  - To IMAGE_TYPE_16MRGB: the colour itself.
+ *
+ *  With a key, source pixels of the key's colour leave the destination as it is. The key's range per level k is
+ *  k - t to k + t, t being the tolerance; a side that would reach the end of the scale or beyond is k itself, so that a
+ *  key of 5 with a tolerance of 10 means 5 to 15. Full-colour pixels are transparent with all components in range, and
+ *  pixels of an 8-bit source of IMAGE_TYPE_256GRAY if their level is in the range of the key's gray,
+ *  trunc((B + R) 0.33 + G 0.34 + 0.5). Other palette sources are transparent where the entry equals the key exactly.
+ *
+ *  @param useKey       0: every pixel is pasted; any other value: with the key.
+ *  @param source       Any image; its type tells full colour from the rest, and gray levels from indices.
+ *  @param palette      Palette of the source; not read for full colour.
+ *  @param keyColor     Red, green and blue; read only if `useKey` is not 0.
+ *  @param tolerance    Its low 8 bits count; read only if `useKey` is not 0.
+ *  @param destination  IMAGE_TYPE_BW, IMAGE_TYPE_256GRAY, IMAGE_TYPE_8RGB or IMAGE_TYPE_16MRGB.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another destination type. */
+LX_API int8_t lxSynthesizeToSpecificationArea(uint16_t useKey, const ImageArea* source, const ColorPalette* palette,
+                                              const uint8_t* keyColor, uint32_t tolerance,
+                                              const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+
+/** Cover an area with a colour in place: paint it, or tint it so that what is darker than the colour stays.
+ *
+ *  - IMAGE_TYPE_BW: the colour's gray, trunc((B + R) 0.33 + G 0.34 + 0.5), is dithered by the table of
+ *    lxSynthesizeToSpecificationArea; a tint only clears pixels.
+ *  - IMAGE_TYPE_256GRAY: painted with that gray g; a tint makes a level p above g trunc((p - g) / 4 + g).
+ *  - IMAGE_TYPE_8RGB: painted with the components that are on from 128; a tint switches the others off, and bit 3.
+ *  - IMAGE_TYPE_16MRGB: painted with the colour; a tint takes the rule of gray for every component.
+ *
+ *  @param tint      0: paint; any other value: tint.
+ *  @param color     Red, green and blue.
+ *  @param area      One of the four types above.
+ *  @param progress  May be null.
+ *  @return          IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxMaskingBySpecificationColor(uint16_t tint, const uint8_t* color, const ImageArea* area,
+                                            ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
 /* Correction                                                                                                       */
@@ -686,6 +931,12 @@ LX_STATIC_ASSERT(offsetof(ErrorDiffusionKernel, lowerLeft) == 8 && offsetof(Erro
                  "ErrorDiffusionKernel is four doubles");
 LX_STATIC_ASSERT(offsetof(ErrorBufferDesc, size) == sizeof(void*) && sizeof(ErrorBufferDesc) == 2 * sizeof(void*),
                  "ErrorBufferDesc is an address and a size");
+LX_STATIC_ASSERT(offsetof(CorrectionLevel, maxLevel) == 4 && sizeof(CorrectionLevel) == 8,
+                 "CorrectionLevel has fixed offsets");
+LX_STATIC_ASSERT(sizeof(GammaTable) == 256, "GammaTable is 256 bytes");
+LX_STATIC_ASSERT(sizeof(ColorCorrectionMatrix) == 72, "ColorCorrectionMatrix is nine doubles");
+LX_STATIC_ASSERT(offsetof(MTFParameters, coefficients) == 8 && sizeof(MTFParameters) == 40,
+                 "MTFParameters has fixed offsets");
 
 #ifdef __cplusplus
 }

@@ -1,5 +1,6 @@
 // Conversion to gray: each operation is a point operation on canonical rows, or the shading of window counts.
 
+#include "convert/color_rules.h"
 #include "convert/window_count.h"
 #include "frame/gray_of_entry.h"
 #include "frame/line_walk.h"
@@ -18,20 +19,9 @@ struct GrayTable {
     {
         const unsigned count = std::min<unsigned>(palette.count, 256);
         for (unsigned k = 0; k < count; ++k)
-            gray[k] = grayOfEntry(palette.entries[k]);
+            gray[k] = grayByThirds(palette.entries[k]);
     }
 };
-
-void convertBilevelToGray(const GrayTable& table, const AreaView& source, const AreaView& destination,
-                          ProgressCallback progress)
-{
-    RowReader reader(source, table.gray[0], table.gray[1]);
-    const Overlap overlap(source, destination);
-    walkLines(overlap.height, progress, [&](uint32_t j) {
-        if (overlap.width != 0)
-            reader.readTo(destination.row(j), 0, j, overlap.width);
-    });
-}
 
 } // namespace
 
@@ -84,7 +74,7 @@ int8_t lxImageTypeConvertToGrayscale(const ColorPalette* palette, const ImageAre
     }
     const GrayTable table(*palette);
     if (from.bits() == 1) {
-        convertBilevelToGray(table, from, to, progress);
+        mapBits(from, to, table.gray[0], table.gray[1], progress);
     } else {
         mapRows(from, to, progress,
                 [&](const uint8_t* in, uint8_t* out, uint32_t n) { pixels.lookup(in, out, n, table.gray); });

@@ -56,26 +56,28 @@ class PhasedDither
     {
     }
 
-    // Compares the next n pixels of the line: packed bits, set where a pixel is above its threshold.
-    void compare(const uint8_t* source, uint8_t* bits, uint32_t n) noexcept
+    // The thresholds of the next n pixels of the line: calls compare(k, pattern, period, phase, m) for stretches of m
+    // pixels from the k-th on, the arguments being those of the comparing kernels. All stretches but the last are
+    // whole bytes of bits.
+    template <class Compare>
+    void next(uint32_t n, Compare compare) noexcept
     {
-        while (n != 0 && !inside()) {
-            // One byte of bits at a time, until the phases have come round.
-            const uint32_t few = std::min<uint32_t>(n, 8);
-            unsigned byte = 0;
+        uint32_t k = 0;
+        while (k < n && !inside()) {
+            // Eight pixels at a time, until the phases have come round.
+            const uint32_t few = std::min<uint32_t>(n - k, 8);
+            uint8_t limits[8 + 63] = {};
             for (uint32_t i = 0; i < few; ++i) {
-                const unsigned limit = inside() ? rows_.row(y_)[x_] : outsideThreshold;
-                byte |= (source[i] > limit ? 0x80U : 0U) >> i;
+                limits[i] = inside() ? rows_.row(y_)[x_] : outsideThreshold;
                 x_ = step(x_, rows_.columns());
             }
-            *bits++ = static_cast<uint8_t>(byte);
-            source += few;
-            n -= few;
+            compare(k, limits, size_t{8}, size_t{0}, few);
+            k += few;
         }
-        if (n == 0)
+        if (k == n)
             return;
-        kernels_.abovePattern(source, rows_.row(y_), rows_.columns(), x_, bits, n);
-        x_ = static_cast<uint16_t>((x_ + n) % rows_.columns());
+        compare(k, rows_.row(y_), size_t{rows_.columns()}, size_t{x_}, n - k);
+        x_ = static_cast<uint16_t>((x_ + (n - k)) % rows_.columns());
     }
 
     void endLine() noexcept { y_ = step(y_, rows_.rows()); }
@@ -92,7 +94,6 @@ class PhasedDither
 
     bool inside() const { return x_ < rows_.columns() && y_ < rows_.rows(); }
 
-    const PixelKernels& kernels_ = *kernels().pixels;
     DitherRows rows_;
     uint16_t x_;
     uint16_t y_;

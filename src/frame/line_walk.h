@@ -32,9 +32,10 @@ void walkChunks(uint32_t width, uint32_t limit, Chunk chunk)
     }
 }
 
-// Point operations: calls `step(source, destination, n)` with the canonical rows of successive chunks of every line.
-template <class Step>
-void mapRows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step)
+// Point operations: calls `step(source, destination, n)` with the canonical rows of successive chunks of every line, in
+// raster order, and `endLine()` after every line.
+template <class Step, class EndLine>
+void mapRows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step, EndLine endLine)
 {
     RowReader reader(source);
     RowWriter writer(destination);
@@ -46,7 +47,14 @@ void mapRows(const AreaView& source, const AreaView& destination, ProgressCallba
             step(reader.read(i, j, n), writer.open(i, j, n), n);
             writer.close();
         });
+        endLine();
     });
+}
+
+template <class Step>
+void mapRows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step)
+{
+    mapRows(source, destination, callback, step, [] {});
 }
 
 // Point operations from bytes or triples to packed pixels, which they pack themselves: calls
@@ -74,6 +82,37 @@ template <class Step>
 void mapToPacked(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step)
 {
     mapToPacked(source, destination, callback, step, [] {});
+}
+
+// Bits to bytes: every pixel of the bilevel source becomes `zero` or `one`.
+inline void mapBits(const AreaView& source, const AreaView& destination, uint8_t zero, uint8_t one,
+                    ProgressCallback callback)
+{
+    RowReader reader(source, zero, one);
+    const Overlap overlap(source, destination);
+    walkLines(overlap.height, callback, [&](uint32_t j) {
+        if (overlap.width != 0)
+            reader.readTo(destination.row(j), 0, j, overlap.width);
+    });
+}
+
+// Point operations that leave some pixels as they are, or change what is there: calls `step(source, destination, n)`
+// with the canonical rows of chunks of every line, the destination's holding its pixels, and `endLine()` after every
+// line.
+template <class Step, class EndLine>
+void blendLines(const AreaView& source, const AreaView& destination, ProgressCallback callback, Step step,
+                EndLine endLine)
+{
+    RowReader reader(source);
+    RowWriter writer(destination);
+    const Overlap overlap(source, destination);
+    walkLines(overlap.height, callback, [&](uint32_t j) {
+        walkChunks(overlap.width, chunkPixels, [&](uint32_t i, uint32_t n) {
+            step(reader.read(i, j, n), writer.load(i, j, n), n);
+            writer.close();
+        });
+        endLine();
+    });
 }
 
 } // namespace lx

@@ -18,6 +18,16 @@ namespace lx
 // Pixels of a chunk: small enough that every buffer of an operation stays in the first-level cache.
 constexpr uint32_t chunkPixels = 2048;
 
+// Whole bytes of 1- or 4-bit pixels to bytes; bits become `zero` or `one`.
+inline void unpackPixels(const BitKernels& bits, const AreaView& area, const uint8_t* source, uint8_t* destination,
+                         size_t bytes, uint8_t zero = 0, uint8_t one = 1) noexcept
+{
+    if (area.bits() == 1)
+        bits.unpackBits(source, destination, bytes, zero, one);
+    else
+        bits.unpackNibbles(source, destination, bytes);
+}
+
 class RowReader
 {
   public:
@@ -56,10 +66,7 @@ class RowReader
   private:
     void unpack(const uint8_t* source, uint8_t* destination, size_t bytes) noexcept
     {
-        if (area_.bits() == 1)
-            bits_.unpackBits(source, destination, bytes, zero_, one_);
-        else
-            bits_.unpackNibbles(source, destination, bytes);
+        unpackPixels(bits_, area_, source, destination, bytes, zero_, one_);
     }
 
     const BitKernels& bits_;
@@ -81,6 +88,16 @@ class RowWriter
         pixels_ = n;
         phase_ = area_.phase(i);
         return area_.packed() ? chunk_ + phase_ : destination_;
+    }
+
+    // The same, holding the pixels that are there now.
+    uint8_t* load(uint32_t i, uint32_t j, uint32_t n) noexcept
+    {
+        uint8_t* row = open(i, j, n);
+        if (area_.packed())
+            unpackPixels(bits_, area_, destination_, chunk_,
+                         (phase_ + n + area_.phaseMask()) / (area_.phaseMask() + 1));
+        return row;
     }
 
     // Bring the row home. Bits must be 0 or 1; of nibbles the low four bits count.

@@ -53,12 +53,36 @@ void packNibbles(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destina
 unsigned fewBits(const uint8_t* source, unsigned phase, unsigned n)
 {
     const unsigned second = phase + n > 8 ? source[1] : 0U;
-    return ((unsigned{source[0]} << 8 | second) << phase >> 8) & 0xFF;
+    return (source[0] * 256U | second) << phase >> 8 & 0xFF;
 }
 
 void mergeByte(uint8_t* destination, unsigned fresh, unsigned owned)
 {
     *destination = static_cast<uint8_t>((*destination & ~owned) | (fresh & owned));
+}
+
+// destination[k] = the eight bits from place `phase` (1 to 7) of source[k] on, for k < bytes.
+void shiftBits(const uint8_t* LX_RESTRICT source, unsigned phase, uint8_t* LX_RESTRICT destination, size_t bytes)
+{
+#if defined(LX_LEVEL_v4)
+    // Bytes are shifted as products with bit matrices, the unit matrix moved by whole rows.
+    constexpr uint64_t unit = 0x0102040810204080;
+    const __m512i up = _mm512_set1_epi64(static_cast<int64_t>(unit >> 8 * phase));
+    const __m512i down = _mm512_set1_epi64(static_cast<int64_t>(unit << 8 * (8 - phase)));
+    for (size_t k = 0; k < bytes; k += 64) {
+        const __mmask64 mine = _bzhi_u64(~0ULL, bytes - k < 64 ? static_cast<unsigned>(bytes - k) : 64);
+        const __m512i first = _mm512_maskz_loadu_epi8(mine, source + k);
+        const __m512i second = _mm512_maskz_loadu_epi8(mine, source + k + 1);
+        const __m512i shifted = _mm512_or_si512(_mm512_gf2p8affine_epi64_epi8(first, up, 0),
+                                                _mm512_gf2p8affine_epi64_epi8(second, down, 0));
+        _mm512_mask_storeu_epi8(destination + k, mine, shifted);
+    }
+#else
+    for (size_t k = 0; k < bytes; ++k) {
+        const auto pair = static_cast<uint16_t>(source[k] << 8 | source[k + 1]);
+        destination[k] = static_cast<uint8_t>(pair >> (8 - phase));
+    }
+#endif
 }
 
 void copyBits(const uint8_t* LX_RESTRICT source, unsigned sourcePhase, uint8_t* LX_RESTRICT destination,
@@ -78,17 +102,30 @@ void copyBits(const uint8_t* LX_RESTRICT source, unsigned sourcePhase, uint8_t* 
     if (sourcePhase == 0) {
         std::memcpy(destination, source, bytes);
     } else {
-        for (size_t k = 0; k < bytes; ++k) {
-            const auto pair = static_cast<uint16_t>(source[k] << 8 | source[k + 1]);
-            destination[k] = static_cast<uint8_t>(pair >> (8 - sourcePhase));
-        }
+        shiftBits(source, sourcePhase, destination, bytes);
     }
     if (const auto n = static_cast<unsigned>(bits % 8); n != 0)
         mergeByte(destination + bytes, fewBits(source + bytes, sourcePhase, n), 0xFF00U >> n & 0xFF);
 }
 
+void changeBits(uint8_t* row, unsigned phase, size_t bits, uint8_t keep, uint8_t flip)
+{
+    if (phase != 0 && bits != 0) {
+        const unsigned room = 8 - phase;
+        const unsigned n = bits < room ? static_cast<unsigned>(bits) : room;
+        mergeByte(row, (*row & keep) ^ flip, (0xFF00U >> n & 0xFF) >> phase);
+        ++row;
+        bits -= n;
+    }
+    const size_t bytes = bits / 8;
+    for (size_t k = 0; k < bytes; ++k)
+        row[k] = static_cast<uint8_t>((row[k] & keep) ^ flip);
+    if (const auto n = static_cast<unsigned>(bits % 8); n != 0)
+        mergeByte(row + bytes, (row[bytes] & keep) ^ flip, 0xFF00U >> n & 0xFF);
+}
+
 } // namespace
 
-constexpr BitKernels bitKernels = {unpackBits, packBits, unpackNibbles, packNibbles, copyBits};
+constexpr BitKernels bitKernels = {unpackBits, packBits, unpackNibbles, packNibbles, copyBits, changeBits};
 
 } // namespace lx::LX_LEVEL

@@ -26,6 +26,10 @@ struct BitKernels {
     // values. Nibbles are copied as four bits each.
     void (*copyBits)(const uint8_t* source, unsigned sourcePhase, uint8_t* destination, unsigned destinationPhase,
                      size_t bits);
+
+    // The `bits` bits from place `phase` (0 to 7) of row[0] on become (bit & keep) ^ flip. The masks repeat with every
+    // byte of the row; the other bits of the first and last byte keep their values.
+    void (*changeBits)(uint8_t* row, unsigned phase, size_t bits, uint8_t keep, uint8_t flip);
 };
 
 } // namespace lx

@@ -18,5 +18,8 @@ extern const ResampleKernels resampleKernels;
 extern const ReverseKernels reverseKernels;
 extern const TransposeKernels transposeKernels;
 extern const RunKernels runKernels;
+extern const ComposeKernels composeKernels;
+extern const CorrectKernels correctKernels;
+extern const PaletteColorKernels paletteColorKernels;
 
 } // namespace lx::LX_LEVEL

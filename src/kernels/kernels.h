@@ -7,8 +7,11 @@
 
 #include "kernels/bit_blocks.h"
 #include "kernels/bits.h"
+#include "kernels/compose.h"
+#include "kernels/correct.h"
 #include "kernels/diffusion.h"
 #include "kernels/median.h"
+#include "kernels/palette_color.h"
 #include "kernels/pixels.h"
 #include "kernels/resample.h"
 #include "kernels/reverse.h"
@@ -33,6 +36,9 @@ struct Kernels {
     const ReverseKernels* reverse;
     const TransposeKernels* transpose;
     const RunKernels* runs;
+    const ComposeKernels* compose;
+    const CorrectKernels* correct;
+    const PaletteColorKernels* paletteColor;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.

@@ -12,8 +12,20 @@ namespace lx::LX_LEVEL
 
 extern const Kernels kernelTable;
 constexpr Kernels kernelTable = {
-    LX_NAME(LX_LEVEL), &bitKernels,      &bitBlockKernels, &pixelKernels,     &diffusionKernels, &windowKernels,
-    &medianKernels,    &resampleKernels, &reverseKernels,  &transposeKernels, &runKernels,
+    .level = LX_NAME(LX_LEVEL),
+    .bits = &bitKernels,
+    .bitBlocks = &bitBlockKernels,
+    .pixels = &pixelKernels,
+    .diffusion = &diffusionKernels,
+    .window = &windowKernels,
+    .median = &medianKernels,
+    .resample = &resampleKernels,
+    .reverse = &reverseKernels,
+    .transpose = &transposeKernels,
+    .runs = &runKernels,
+    .compose = &composeKernels,
+    .correct = &correctKernels,
+    .paletteColor = &paletteColorKernels,
 };
 
 } // namespace lx::LX_LEVEL

@@ -32,7 +32,8 @@ class LookupTable
         return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
     }
 
-    void look(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t n) const
+    // Source and destination may be the same row.
+    void look(const uint8_t* source, uint8_t* destination, size_t n) const
     {
         size_t i = 0;
         for (; i + 64 <= n; i += 64)
@@ -45,7 +46,7 @@ class LookupTable
 #else
     explicit LookupTable(const uint8_t* table) : table_(table) {}
 
-    void look(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t n) const
+    void look(const uint8_t* source, uint8_t* destination, size_t n) const
     {
         for (size_t i = 0; i < n; ++i)
             destination[i] = table_[source[i]];

@@ -11,6 +11,10 @@
 
 #include <cstring>
 
+#if defined(LX_LEVEL_v4)
+#include "kernels/pixels_v4.h"
+#endif
+
 namespace lx::LX_LEVEL
 {
 
@@ -245,7 +249,8 @@ uint64_t doubtful(const uint8_t* source, const uint8_t* gray, size_t n)
     uint8_t flags[64] = {};
     for (size_t k = 0; k < n; ++k) {
         const uint8_t* pixel = source + 3 * k;
-        flags[63 - k] = static_cast<int>(weighted(pixel) == gray[k] * 100) & static_cast<int>(pixel[0] != pixel[1]);
+        flags[63 - k] = static_cast<uint8_t>(static_cast<int>(weighted(pixel) == gray[k] * 100) &
+                                             static_cast<int>(pixel[0] != pixel[1]));
     }
     uint8_t bytes[8];
     packBits(flags, bytes, sizeof bytes);
@@ -279,29 +284,6 @@ void lookup(const uint8_t* source, uint8_t* destination, size_t pixels, const ui
     LookupTable(table).look(source, destination, pixels);
 }
 
-#if defined(LX_LEVEL_v4)
-
-// Byte b of 64 triples is component b % 3 of pixel b / 3. Three registers hold a component each: one permute takes two
-// of them (the second from 64 on), and another, under a mask, the third.
-struct Weave {
-    alignas(64) uint8_t firstTwo[3][64] = {};
-    alignas(64) uint8_t third[3][64] = {};
-    uint64_t isThird[3] = {};
-
-    constexpr Weave()
-    {
-        for (unsigned b = 0; b < 192; ++b) {
-            const auto pixel = static_cast<uint8_t>(b / 3);
-            firstTwo[b / 64][b % 64] = static_cast<uint8_t>(b % 3 == 1 ? 64 + pixel : pixel);
-            third[b / 64][b % 64] = pixel;
-            isThird[b / 64] |= uint64_t{b % 3 == 2} << b % 64;
-        }
-    }
-};
-constexpr Weave weave;
-
-#endif
-
 void colors(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, const ColorTable& table)
 {
     size_t i = 0;
@@ -310,15 +292,7 @@ void colors(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination,
                                    LookupTable(table.component[2])};
     for (; i + 64 <= pixels; i += 64) {
         const __m512i index = _mm512_loadu_si512(source + i);
-        const __m512i first = tables[0].look(index);
-        const __m512i second = tables[1].look(index);
-        const __m512i third = tables[2].look(index);
-        for (unsigned part = 0; part < 3; ++part) {
-            const __m512i two = _mm512_permutex2var_epi8(first, _mm512_load_si512(weave.firstTwo[part]), second);
-            const __m512i v =
-                _mm512_mask_permutexvar_epi8(two, weave.isThird[part], _mm512_load_si512(weave.third[part]), third);
-            _mm512_storeu_si512(destination + 3 * i + 64 * part, v);
-        }
+        storeTriples({tables[0].look(index), tables[1].look(index), tables[2].look(index)}, destination + 3 * i);
     }
 #endif
     for (; i < pixels; ++i) {

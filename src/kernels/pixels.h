@@ -42,7 +42,7 @@ struct PixelKernels {
 
     // And back to canonical rows:
 
-    // destination[i] = table[source[i]], with a table of 256.
+    // destination[i] = table[source[i]], with a table of 256. Source and destination may be the same row.
     void (*lookup)(const uint8_t* source, uint8_t* destination, size_t pixels, const uint8_t* table);
 
     // Component c of triple i = table.component[c][source[i]].

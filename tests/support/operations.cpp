@@ -11,10 +11,15 @@ namespace
 constexpr void (*adders[])(Operations&) = {
     addGrayOperations,
     addBilevelOperations,
-    addBilevelScaling,
     addRotationOperations,
+    addFullColorOperations,
+    addBilevelScaling,
+    addResolutionOperations,
+    addThumbnailOperations,
     addMedianOperations,
     addSlantOperations,
+    addCorrectOperations,
+    addComposeOperations,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

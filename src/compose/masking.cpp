@@ -1,0 +1,110 @@
+// Masking: an area is painted with a colour, or tinted with it, in place.
+//
+// Packed areas are changed as they lie, by a pattern of eight bits or two nibbles that repeats along the line. Bytes
+// and triples are combined with a row of the colour.
+
+#include "compose/fixed_dither.h"
+#include "convert/color_rules.h"
+#include "frame/line_walk.h"
+
+namespace lx
+{
+
+namespace
+{
+
+// Paints line j with the byte pattern(j), or keeps only the bits that the pattern has.
+template <class Pattern>
+void maskPacked(bool tint, const AreaView& area, ProgressCallback progress, Pattern pattern)
+{
+    const BitKernels& bits = *kernels().bits;
+    const unsigned phase = area.phase() * area.bits();
+    walkLines(area.height(), progress, [&](uint32_t j) {
+        const uint8_t own = pattern(j);
+        bits.changeBits(area.row(j), phase, size_t{area.width()} * area.bits(), tint ? own : uint8_t{0},
+                        tint ? uint8_t{0} : own);
+    });
+}
+
+// `pixel` is the colour as it lies in the area.
+void maskBytes(bool tint, const AreaView& area, const uint8_t* pixel, ProgressCallback progress)
+{
+    const unsigned bytes = area.bits() / 8;
+    constexpr uint32_t most = 512; // pixels at a time
+    alignas(64) uint8_t levels[3 * most];
+    for (unsigned k = 0; k < most * bytes; ++k)
+        levels[k] = pixel[k % bytes];
+    const ComposeKernels& compose = *kernels().compose;
+    walkLines(area.height(), progress, [&](uint32_t j) {
+        walkChunks(area.width(), most, [&](uint32_t i, uint32_t n) {
+            if (tint)
+                compose.tint(levels, area.at(i, j), size_t{n} * bytes);
+            else
+                std::memcpy(area.at(i, j), levels, size_t{n} * bytes);
+        });
+    });
+}
+
+int8_t MaskBW(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
+{
+    if (image.type != IMAGE_TYPE_BW)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    const AreaView area(image);
+    const uint8_t gray = grayByWeights(color);
+    maskPacked(tint, area, progress,
+               [&](uint32_t j) { return turnedTo(area.phase(), FixedDitherTable::bits(j, gray)); });
+    return IMAGE_STATUS_OK;
+}
+
+int8_t Mask256Gray(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
+{
+    if (image.type != IMAGE_TYPE_256GRAY)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    const uint8_t gray = grayByWeights(color);
+    maskBytes(tint, AreaView(image), &gray, progress);
+    return IMAGE_STATUS_OK;
+}
+
+int8_t Mask8RGB(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
+{
+    if (image.type != IMAGE_TYPE_8RGB)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    const AreaView area(image);
+    const auto twoPixels = static_cast<uint8_t>(primariesOf(color) * 0x11);
+    maskPacked(tint, area, progress, [=](uint32_t) { return twoPixels; });
+    return IMAGE_STATUS_OK;
+}
+
+int8_t Mask16MRGB(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
+{
+    if (image.type != IMAGE_TYPE_16MRGB)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    const AreaView area(image);
+    const unsigned red = area.blueFirst() ? 2 : 0;
+    const uint8_t pixel[3] = {color[red], color[1], color[2 - red]};
+    maskBytes(tint, area, pixel, progress);
+    return IMAGE_STATUS_OK;
+}
+
+} // namespace
+
+} // namespace lx
+
+using namespace lx;
+
+int8_t lxMaskingBySpecificationColor(uint16_t tint, const uint8_t* color, const ImageArea* area,
+                                     ProgressCallback progress) noexcept
+{
+    switch (area->type) {
+    case IMAGE_TYPE_BW:
+        return MaskBW(tint != 0, color, *area, progress);
+    case IMAGE_TYPE_256GRAY:
+        return Mask256Gray(tint != 0, color, *area, progress);
+    case IMAGE_TYPE_8RGB:
+        return Mask8RGB(tint != 0, color, *area, progress);
+    case IMAGE_TYPE_16MRGB:
+        return Mask16MRGB(tint != 0, color, *area, progress);
+    default:
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    }
+}

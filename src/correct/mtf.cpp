@@ -1,0 +1,104 @@
+// Sharpening (correction of the modulation transfer function): two kernels on 3 x 3 neighbourhoods, each component for
+// itself.
+
+#include "correct/split_factors.h"
+#include "frame/window_walk.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace lx
+{
+
+namespace
+{
+
+constexpr uint16_t crossMode = 1;
+
+SplitFactors<4> separatedFactors(const MTFParameters& parameters)
+{
+    float gains[4];
+    for (unsigned k = 0; k < 4; ++k)
+        gains[k] = static_cast<float>(parameters.coefficients[k] * 0.125);
+    constexpr double reach = 2 * 255; // of either difference
+    const double across = std::max(std::fabs(gains[0]), std::fabs(gains[2]));
+    const double down = std::max(std::fabs(gains[1]), std::fabs(gains[3]));
+    return splitFactors(gains, 255 + reach * across + reach * down, 2 * reach);
+}
+
+SplitFactors<3> crossFactors(const MTFParameters& parameters)
+{
+    float gains[3];
+    for (unsigned k = 0; k < 3; ++k)
+        gains[k] = static_cast<float>(parameters.coefficients[k] * 0.0625);
+    constexpr double reach = 4 * 255;
+    const double diagonal = std::max(std::fabs(gains[1]), std::fabs(gains[2]));
+    return splitFactors(gains, 255 + reach * std::fabs(gains[0]) + reach * diagonal, 2 * reach);
+}
+
+// Bytes are filtered alike, whatever they stand for: a pixel's neighbours are `bytes` away.
+template <unsigned bytes, class Factors, class Kernel>
+void sharpen(const Factors& factors, Kernel kernel, const ImageArea& source, const ImageArea& destination,
+             ProgressCallback progress)
+{
+    mapWindows<bytes>(AreaView(source), AreaView(destination), progress,
+                      [&](const WindowRows& rows, uint8_t* out, uint32_t, uint32_t n) {
+                          kernel(factors, {rows.upper, rows.centre, rows.lower, bytes}, out, size_t{n} * bytes);
+                      });
+}
+
+bool haveType(uint16_t type, const ImageArea& source, const ImageArea& destination)
+{
+    return source.type == type && destination.type == type;
+}
+
+int8_t MTFSeparatedGray(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
+                        ProgressCallback progress)
+{
+    if (!haveType(IMAGE_TYPE_256GRAY, source, destination))
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    sharpen<1>(separatedFactors(parameters), kernels().correct->sharpenSeparated, source, destination, progress);
+    return IMAGE_STATUS_OK;
+}
+
+int8_t MTFCrossGray(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
+                    ProgressCallback progress)
+{
+    if (!haveType(IMAGE_TYPE_256GRAY, source, destination))
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    sharpen<1>(crossFactors(parameters), kernels().correct->sharpenCross, source, destination, progress);
+    return IMAGE_STATUS_OK;
+}
+
+int8_t MTFSeparatedColor(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
+                         ProgressCallback progress)
+{
+    if (!haveType(IMAGE_TYPE_16MRGB, source, destination))
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    sharpen<3>(separatedFactors(parameters), kernels().correct->sharpenSeparated, source, destination, progress);
+    return IMAGE_STATUS_OK;
+}
+
+int8_t MTFCrossColor(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
+                     ProgressCallback progress)
+{
+    if (!haveType(IMAGE_TYPE_16MRGB, source, destination))
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    sharpen<3>(crossFactors(parameters), kernels().correct->sharpenCross, source, destination, progress);
+    return IMAGE_STATUS_OK;
+}
+
+} // namespace
+
+} // namespace lx
+
+using namespace lx;
+
+int8_t lxMTFCorrection(const MTFParameters* parameters, const ImageArea* source, const ImageArea* destination,
+                       ProgressCallback progress) noexcept
+{
+    const bool cross = parameters->mode == crossMode;
+    if (source->type == IMAGE_TYPE_16MRGB)
+        return (cross ? MTFCrossColor : MTFSeparatedColor)(*parameters, *source, *destination, progress);
+    return (cross ? MTFCrossGray : MTFSeparatedGray)(*parameters, *source, *destination, progress);
+}

@@ -1,0 +1,77 @@
+// Sixty-four triples in registers, taken apart and put together, for kernels at the level v4.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include <immintrin.h>
+
+namespace lx::LX_LEVEL
+{
+
+namespace
+{
+
+// The three bytes of 64 pixels, a register each.
+struct Components {
+    __m512i byte[3];
+};
+
+// How 192 bytes move between three registers and three others: one permute takes a byte from the first two registers
+// (those of the second from 64 on), and another, under a mask, from the third.
+struct Weave {
+    alignas(64) uint8_t firstTwo[3][64] = {};
+    alignas(64) uint8_t third[3][64] = {};
+    uint64_t isThird[3] = {};
+
+    constexpr void take(unsigned to, unsigned from)
+    {
+        const unsigned part = to / 64;
+        (from < 128 ? firstTwo : third)[part][to % 64] = static_cast<uint8_t>(from < 128 ? from : from - 128);
+        isThird[part] |= uint64_t{from >= 128} << to % 64;
+    }
+
+    __m512i gather(unsigned part, const __m512i* from) const
+    {
+        const __m512i two = _mm512_permutex2var_epi8(from[0], _mm512_load_si512(firstTwo[part]), from[1]);
+        return _mm512_mask_permutexvar_epi8(two, isThird[part], _mm512_load_si512(third[part]), from[2]);
+    }
+};
+
+// Byte b of 64 triples is component b % 3 of pixel b / 3.
+struct Weaving : Weave {
+    constexpr Weaving()
+    {
+        for (unsigned b = 0; b < 192; ++b)
+            take(b, 64 * (b % 3) + b / 3);
+    }
+};
+
+struct Unweaving : Weave {
+    constexpr Unweaving()
+    {
+        for (unsigned b = 0; b < 192; ++b)
+            take(64 * (b % 3) + b / 3, b);
+    }
+};
+
+constexpr Weaving weaving;
+constexpr Unweaving unweaving;
+
+[[maybe_unused]] Components loadTriples(const uint8_t* source)
+{
+    const __m512i from[3] = {_mm512_loadu_si512(source), _mm512_loadu_si512(source + 64),
+                             _mm512_loadu_si512(source + 128)};
+    return {{unweaving.gather(0, from), unweaving.gather(1, from), unweaving.gather(2, from)}};
+}
+
+[[maybe_unused]] void storeTriples(const Components& components, uint8_t* destination)
+{
+    for (unsigned part = 0; part < 3; ++part)
+        _mm512_storeu_si512(destination + 64 * part, weaving.gather(part, components.byte));
+}
+
+} // namespace
+
+} // namespace lx::LX_LEVEL
