@@ -651,13 +651,76 @@ LX_API int8_t lxCreateThubmnailImage(const ImageArea* source, const ImageArea* d
 /* Slant                                                                                                            */
 /* ---------------------------------------------------------------------------------------------------------------- */
 
+/** Describe the three bilevel work areas of slant measurement. The caller then allocates `bytesPerLine` times `lines`
+ *  bytes for each and fills in the `buffer` fields.
+ *
+ *  The longer side of `small` is 750 pixels and that of `medium` is 2000, however small the page is; the other side is
+ *  trunc(750 / longer * shorter + 0.5), or 2000 likewise, in double precision. `full` has the page's size. All are
+ *  IMAGE_TYPE_BW, top-down, at (0, 0), their lines packed without padding. A page more than 1500 times as long as it is
+ *  wide gets a `small` area without pixels, and cannot be measured.
+ *
+ *  @param source  The page; only `width` and `height` are read.
+ *  @param small   Out: every field but `buffer`.
+ *  @param medium  Out: every field but `buffer`.
+ *  @param full    Out: every field but `buffer`.
+ *  @return        Not a status: always 7. */
 LX_API int8_t lxCalculateMemorySizeForDetectionSlantAngle(const ImageArea* source, ImageArea* small, ImageArea* medium,
                                                           ImageArea* full) LX_NOEXCEPT;
 
+/** Measure by how many degrees a scanned page lies askew.
+ *
+ *  Turning the page by the angle found, with lxRotationBySpecificationAngle, straightens it: an angle is positive where
+ *  the page has to be turned clockwise, whichever of its sides shows it.
+ *
+ *  What is measured is the strongest band of long dark runs: a dark bar, such as the shadow of a page's edge or a
+ *  scanner's lid, that runs along one side of the page, from side to side or from top to bottom. The two edges of the
+ *  band, where it meets white, give the angle. An edge counts only if it is straight all along the band, so that the
+ *  answer is either sound or 0:
+ *
+ *   - A bar with white on both of its sides is measured to 0.2 degrees on about 97 of 100 pages with or without text,
+ *     and to 0.5 degrees on all but 1 (noise up to 0.5 %, 400 to 4000 pixels, up to 5.5 degrees either way).
+ *   - Not measured, and answered with 0 for the most part: a bar above the text of the page (the first thing from the
+ *     top is passed over unless nothing follows); dark areas that reach the edge of the image all along, because only
+ *     runs that end in white count; a bar across the whole image that is tilted by less than half a degree, for the
+ *     same reason; pages with text alone. Lines of text are not taken for edges.
+ *   - Blank pages and straight pages stay within 0.1 degrees of 0.
+ *
+ *  The page is made bilevel into `full` (a bilevel page by lxMedianFiltering with strength 0, any other by
+ *  lxImageTypeConvertToBW), sampled into `medium`, reduced by black priority into `small`, and smoothed there. All
+ *  three areas are overwritten; `full` is complete, and may be put to use. The measurement itself takes two small
+ *  arrays from malloc and frees them; without memory, or with a bottom-up `small` area, the angle is 0.
+ *
+ *  @param angle     Out: degrees, above -6 and below 6; 0 if no slant was found, and on failure.
+ *  @param source    The page, of any type.
+ *  @param palette   Palette of the page's type; not read for bilevel and full-colour pages.
+ *  @param small     Work area, as lxCalculateMemorySizeForDetectionSlantAngle describes it.
+ *  @param medium    Work area, likewise: wider and higher than `small`.
+ *  @param full      Work area, likewise: of the page's size.
+ *  @param progress  Called during the reduction into `small` only, which has the lines of `small`. May be null.
+ *  @return          IMAGE_STATUS_OK, also where no slant is found; IMAGE_STATUS_BAD_ARGUMENT for a source type above 6
+ *                   or a work area of another type, or without pixels, or if `small` is not smaller than `medium`. */
 LX_API int8_t lxDetectionSlantAngle(double* angle, const ImageArea* source, const ColorPalette* palette,
                                     ImageArea* small, ImageArea* medium, ImageArea* full,
                                     ProgressCallback progress) LX_NOEXCEPT;
 
+/** The same measurement, which also tells what it was made on.
+ *
+ *  All results are positions in `small`, and may be null. Values that were not found are 0. The analysis of a band from
+ *  top to bottom is that of one from left to right with columns and rows exchanged. Nothing is stored when no
+ *  measurement was made: on failure, without memory, or with a bottom-up `small` area.
+ *
+ *  @param bandFirstColumn   Left edge of the band that was found.
+ *  @param bandLastColumn    Right edge, inclusive; sometimes one beyond, where a band is in pieces.
+ *  @param bandFirstRow      Top edge.
+ *  @param bandLastRow       Bottom edge, inclusive; sometimes one beyond, likewise.
+ *  @param edgeStartAColumn  Start of the upper or left edge, on its left or upper end.
+ *  @param edgeStartARow     Its row.
+ *  @param edgeStartBColumn  Start of the lower or right edge.
+ *  @param edgeStartBRow     Its row.
+ *  @param edgeEndAColumn    End of the upper or left edge.
+ *  @param edgeEndARow       Its row.
+ *  @param edgeEndBColumn    End of the lower or right edge.
+ *  @param edgeEndBRow       Its row. All other parameters and the result are those of lxDetectionSlantAngle. */
 LX_API int8_t lxDetectionSlantAngleForDebug(double* angle, const ImageArea* source, const ColorPalette* palette,
                                             ImageArea* small, ImageArea* medium, ImageArea* full,
                                             uint32_t* bandFirstColumn, uint32_t* bandLastColumn, uint32_t* bandFirstRow,
