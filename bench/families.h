@@ -10,6 +10,8 @@ namespace bench
 {
 
 void addConversions(Operations& operations);
+void addRotations(Operations& operations);
+void addBilevelScaling(Operations& operations);
 
 // Each returns its library's name and version.
 std::string addLeptonica(Operations& operations);

@@ -111,6 +111,8 @@ int main(int count, char** arguments)
     }
     Operations operations;
     addConversions(operations);
+    addRotations(operations);
+    addBilevelScaling(operations);
     addPeers(operations);
     for (const Operation& operation : operations.all()) {
         benchmark::RegisterBenchmark(operation.name.c_str(), run, operation, seconds)->Iterations(1)->UseManualTime();

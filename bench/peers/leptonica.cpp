@@ -122,11 +122,104 @@ void addConversionPeers(Operations& operations)
     add("colour to bilevel, fixed", IMAGE_TYPE_16MRGB, toBilevel192);
 }
 
+// Turned end for end in place; every other peer call turns the page back.
+Prepare halfTurn(uint16_t type)
+{
+    return [type]() -> Run { return [pix = pixOf(type)] { return pixRotate180(pix.get(), pix.get()) != nullptr; }; };
+}
+
+void addRotationPeers(Operations& operations)
+{
+    constexpr float radians = 2.3F * 3.1415926F / 180;
+    const auto add = [&](const std::string& operation, uint16_t type, auto function, Job job = Job::Same) {
+        operations.addPeer(operation, "Leptonica", fromPage(type, function), job);
+    };
+    const auto bySampling = [=](Pix* source) {
+        return pixRotateBySampling(source, pageWidth / 2, pageHeight / 2, radians, L_BRING_IN_WHITE);
+    };
+    constexpr struct {
+        const char* name;
+        uint16_t type;
+    } formats[] = {{"bilevel", IMAGE_TYPE_BW}, {"gray", IMAGE_TYPE_256GRAY}, {"colour", IMAGE_TYPE_16MRGB}};
+    for (const auto& [name, type] : formats) {
+        const std::string turn = std::string("turn ") + name + " by ";
+        add(turn + "90", type, [](Pix* source) { return pixRotate90(source, 1); });
+        add(turn + "270", type, [](Pix* source) { return pixRotate90(source, -1); });
+        operations.addPeer(turn + "180", "Leptonica", halfTurn(type));
+        add(turn + "2.3 degrees", type, bySampling);
+    }
+    operations.addPeer("turn bilevel by 2.3 degrees", "Leptonica by shears",
+                       fromPage(IMAGE_TYPE_BW,
+                                [=](Pix* source) {
+                                    return pixRotate2Shear(source, pageWidth / 2, pageHeight / 2, radians,
+                                                           L_BRING_IN_WHITE);
+                                }),
+                       Job::Rougher);
+Pix* sampled(Pix* source, double dpi)
+{
+    const auto factor = l_float32(dpi / 300);
+    return pixScaleBySampling(source, factor, factor);
+}
+
+// Black spread over the block's size, then sampled.
+Pix* spreadAndSampled(Pix* source, int size, double dpi)
+{
+    Pix* spread = pixDilateBrick(nullptr, source, size, size);
+    Pix* result = sampled(spread, dpi);
+    pixDestroy(&spread);
+    return result;
+}
+
+// Gray, and then its darker half: the way to a share of white at sizes that do not divide.
+Pix* grayThenThreshold(Pix* source, double dpi)
+{
+    Pix* gray = pixScaleToGray(source, l_float32(dpi / 300));
+    Pix* result = pixThresholdToBinary(gray, 128);
+    pixDestroy(&gray);
+    return result;
+}
+
+void addBilevelScalingPeers(Operations& operations)
+{
+    const auto add = [&](const char* operation, auto function, Job job = Job::Same) {
+        operations.addPeer(operation, "Leptonica", fromPage(IMAGE_TYPE_BW, function), job);
+    };
+    add("bilevel sampling to 200 dpi", [](Pix* source) { return sampled(source, 200); });
+    add("bilevel sampling to 75 dpi", [](Pix* source) { return sampled(source, 75); });
+    add("bilevel sampling to 30 dpi", [](Pix* source) { return sampled(source, 30); });
+    add("bilevel sampling, same size", [](Pix* source) { return pixCopy(nullptr, source); });
+    add("black priority to 100 dpi", [](Pix* source) { return spreadAndSampled(source, 3, 100); });
+    add("black priority to 75 dpi", [](Pix* source) { return pixReduceRankBinaryCascade(source, 1, 1, 0, 0); });
+    add("black priority to 30 dpi", [](Pix* source) { return spreadAndSampled(source, 10, 30); });
+    add("majority to 200 dpi", [](Pix* source) { return grayThenThreshold(source, 200); });
+    add("majority to 150 dpi", [](Pix* source) { return pixReduceRankBinary2(source, 2, nullptr); });
+    add("majority to 240 dpi", [](Pix* source) { return grayThenThreshold(source, 240); });
+    add("majority to 285 dpi", [](Pix* source) { return grayThenThreshold(source, 285); });
+    add(
+        "majority to 37.5 dpi", [](Pix* source) { return pixReduceRankBinaryCascade(source, 2, 2, 2, 0); },
+        Job::Rougher);
+    add(
+        "runs to 200 dpi", [](Pix* source) { return spreadAndSampled(source, 2, 200); }, Job::Rougher);
+    add(
+        "runs to 100 dpi", [](Pix* source) { return spreadAndSampled(source, 3, 100); }, Job::Rougher);
+
+    add("bilevel to gray at 100 dpi", pixScaleToGray3);
+    add("bilevel to gray at 75 dpi", pixScaleToGray4);
+    add("bilevel to gray at 72 dpi", [](Pix* source) { return pixScaleToGray(source, 0.24F); });
+    add("bilevel to gray at 37.5 dpi", pixScaleToGray8);
+    add("bilevel to gray, 200 x 283", [](Pix* source) { return pixScaleToGray(source, 200.0F / 2480); });
+    add("bilevel sampling to 600 dpi", [](Pix* source) { return pixExpandBinaryPower2(source, 2); });
+    add("bilevel sampling to 400 dpi", [](Pix* source) { return sampled(source, 400); });
+    add("majority to 600 dpi", [](Pix* source) { return pixExpandBinaryPower2(source, 2); });
+}
+
 } // namespace
 
 std::string addLeptonica(Operations& operations)
 {
     addConversionPeers(operations);
+    addRotationPeers(operations);
+    addBilevelScalingPeers(operations);
     const std::unique_ptr<char, decltype(&lept_free)> version(getLeptonicaVersion(), lept_free);
     return version.get();
 }

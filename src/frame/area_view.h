@@ -61,6 +61,9 @@ class AreaView
 
     uint8_t* row(uint32_t j) const { return at(0, j); }
 
+    // Bytes from a line to the next one.
+    ptrdiff_t lineStep() const { return step_ == 1 ? ptrdiff_t{pitch_} : -ptrdiff_t{pitch_}; }
+
   private:
     uint8_t* buffer_;
     uint32_t pitch_;

@@ -53,7 +53,7 @@ void packNibbles(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destina
 unsigned fewBits(const uint8_t* source, unsigned phase, unsigned n)
 {
     const unsigned second = phase + n > 8 ? source[1] : 0U;
-    return ((unsigned{source[0]} << 8 | second) << phase >> 8) & 0xFF;
+    return (source[0] * 256U | second) << phase >> 8 & 0xFF;
 }
 
 void mergeByte(uint8_t* destination, unsigned fresh, unsigned owned)

@@ -9,6 +9,7 @@ namespace lx::LX_LEVEL
 {
 
 extern const BitKernels bitKernels;
+extern const BitBlockKernels bitBlockKernels;
 extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
@@ -16,5 +17,9 @@ extern const MedianKernels medianKernels;
 extern const ComposeKernels composeKernels;
 extern const CorrectKernels correctKernels;
 extern const PaletteColorKernels paletteColorKernels;
+extern const ReverseKernels reverseKernels;
+extern const TransposeKernels transposeKernels;
+extern const RunKernels runKernels;
+extern const ResampleKernels resampleKernels;
 
 } // namespace lx::LX_LEVEL

@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include "kernels/bit_blocks.h"
 #include "kernels/bits.h"
 #include "kernels/compose.h"
 #include "kernels/correct.h"
@@ -12,6 +13,10 @@
 #include "kernels/median.h"
 #include "kernels/palette_color.h"
 #include "kernels/pixels.h"
+#include "kernels/reverse.h"
+#include "kernels/runs.h"
+#include "kernels/transpose.h"
+#include "kernels/resample.h"
 #include "kernels/window.h"
 
 #include <cstddef>
@@ -22,6 +27,7 @@ namespace lx
 struct Kernels {
     const char* level; // "portable", "v3" or "v4"
     const BitKernels* bits;
+    const BitBlockKernels* bitBlocks;
     const PixelKernels* pixels;
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
@@ -29,6 +35,10 @@ struct Kernels {
     const ComposeKernels* compose;
     const CorrectKernels* correct;
     const PaletteColorKernels* paletteColor;
+    const ReverseKernels* reverse;
+    const TransposeKernels* transpose;
+    const RunKernels* runs;
+    const ResampleKernels* resample;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.

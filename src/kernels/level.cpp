@@ -12,8 +12,20 @@ namespace lx::LX_LEVEL
 
 extern const Kernels kernelTable;
 constexpr Kernels kernelTable = {
-    LX_NAME(LX_LEVEL), &bitKernels,     &pixelKernels,   &diffusionKernels,    &windowKernels,
-    &medianKernels,    &composeKernels, &correctKernels, &paletteColorKernels,
+    .level = LX_NAME(LX_LEVEL),
+    .bits = &bitKernels,
+    .bitBlocks = &bitBlockKernels,
+    .pixels = &pixelKernels,
+    .diffusion = &diffusionKernels,
+    .window = &windowKernels,
+    .median = &medianKernels,
+    .compose = &composeKernels,
+    .correct = &correctKernels,
+    .paletteColor = &paletteColorKernels,
+    .reverse = &reverseKernels,
+    .transpose = &transposeKernels,
+    .runs = &runKernels,
+    .resample = &resampleKernels,
 };
 
 } // namespace lx::LX_LEVEL

@@ -30,4 +30,11 @@ static inline uint64_t loadLittle64(const uint8_t* bytes)
     return value;
 }
 
+static inline void storeLittle64(uint8_t* bytes, uint64_t value)
+{
+    if constexpr (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__)
+        value = __builtin_bswap64(value);
+    __builtin_memcpy(bytes, &value, sizeof value);
+}
+
 } // namespace lx

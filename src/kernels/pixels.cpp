@@ -249,7 +249,8 @@ uint64_t doubtful(const uint8_t* source, const uint8_t* gray, size_t n)
     uint8_t flags[64] = {};
     for (size_t k = 0; k < n; ++k) {
         const uint8_t* pixel = source + 3 * k;
-        flags[63 - k] = static_cast<int>(weighted(pixel) == gray[k] * 100) & static_cast<int>(pixel[0] != pixel[1]);
+        flags[63 - k] = static_cast<uint8_t>(static_cast<int>(weighted(pixel) == gray[k] * 100) &
+                                             static_cast<int>(pixel[0] != pixel[1]));
     }
     uint8_t bytes[8];
     packBits(flags, bytes, sizeof bytes);

@@ -81,7 +81,8 @@ class BlockWalker
         return true;
     }
 
-    // The longest block that next() may give.
+    // Blocks are one or the other, but for the last one.
+    uint32_t shortest() const { return shares_.quotient(); }
     uint32_t longest() const { return shares_.quotient() + (shares_.fraction() > 0 ? 1 : 0); }
 
   private:
@@ -129,6 +130,7 @@ class PlacedBlockWalker
         return true;
     }
 
+    uint32_t shortest() const { return shares_.quotient(); }
     uint32_t longest() const { return shares_.quotient() + (period_ != 0 ? 1 : 0); }
 
   private:
@@ -176,6 +178,8 @@ class RunWalker
         return true;
     }
 
+    // The length of the shorter runs, and the longest that next() may give.
+    uint32_t shortest() const { return shares_.quotient(); }
     uint32_t longest() const { return shares_.quotient() + (shares_.fraction() > 0 ? 1 : 0); }
 
   private:
@@ -194,6 +198,49 @@ class RunWalker
     uint32_t reach_;
     uint32_t position_ = 0;
 };
+
+// An enlarged axis seen from its destination pixels: each has a block of one, the source pixel whose run it is in.
+class RepeatedBlockWalker
+{
+  public:
+    RepeatedBlockWalker(uint32_t source, uint32_t destination) noexcept : runs_(source, destination) { moveOn(); }
+
+    bool done() const { return left_ == 0; }
+
+    bool next(Span& block) noexcept
+    {
+        if (done())
+            return false;
+        block = {pixel_ - 1, 1};
+        if (--left_ == 0)
+            moveOn();
+        return true;
+    }
+
+    uint32_t shortest() const { return 1; }
+    uint32_t longest() const { return 1; }
+
+  private:
+    void moveOn() noexcept
+    {
+        Span run;
+        while (left_ == 0 && runs_.next(run)) {
+            left_ = run.length;
+            ++pixel_;
+        }
+    }
+
+    RunWalker runs_;
+    uint32_t pixel_ = 0; // source pixels whose runs have been begun
+    uint32_t left_ = 0;  // of the last one's run
+};
+
+// The longest block of an axis, which is one pixel if the axis does not shrink.
+template <class Blocks>
+uint32_t longestBlock(uint32_t source, uint32_t destination) noexcept
+{
+    return source > destination ? Blocks(source, destination).longest() : 1;
+}
 
 // Pixels of the destination that the blocks or runs still to come reach.
 template <class Blocks>

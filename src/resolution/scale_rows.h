@@ -11,10 +11,10 @@
 
 #include "frame/area_view.h"
 #include "frame/progress.h"
+#include "kernels/kernels.h"
 #include "resolution/block_geometry.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 
 namespace lx
@@ -100,6 +100,11 @@ void scaleRows(const AreaView& source, const AreaView& destination, PassShares s
     }
 }
 
+inline void seedDraws() noexcept
+{
+    std::srand(static_cast<unsigned>(std::time(nullptr)));
+}
+
 inline uint32_t drawIf(bool wanted) noexcept
 {
     return wanted ? static_cast<uint32_t>(std::rand()) : 0;
@@ -111,7 +116,7 @@ template <class MakeLine, class FillRun>
 void scaleRowsPlaced(const AreaView& source, const AreaView& destination, PassShares shares, ProgressCallback callback,
                      MakeLine makeLine, FillRun fillRun)
 {
-    std::srand(static_cast<unsigned>(std::time(nullptr)));
+    seedDraws();
     const bool drawsColumns =
         source.width() > destination.width() && PlacedBlockWalker(source.width(), destination.width()).period() != 0;
     if (source.height() <= destination.height()) {
@@ -134,40 +139,19 @@ void scaleRowsPlaced(const AreaView& source, const AreaView& destination, PassSh
 }
 
 // Copies the first `width` pixels of line `from` to the same place in line `to`.
-inline void replicateLine(const AreaView& area, uint32_t width, uint32_t from, uint32_t to) noexcept
+inline void replicateLine(const AreaView& area, uint32_t width, uint32_t from, uint32_t to,
+                          const BitKernels& bitKernels = *kernels().bits) noexcept
 {
-    if (width == 0)
-        return;
-    const uint8_t* source = area.row(from);
-    uint8_t* destination = area.row(to);
-    const unsigned bits = area.bits();
-    if (!area.packed()) {
-        std::memcpy(destination, source, size_t{width} * (bits / 8));
-        return;
-    }
-    const size_t begin = size_t{area.phase()} * bits;
-    const size_t end = begin + size_t{width} * bits;
-    const size_t last = (end - 1) / 8;
-    const unsigned headKept = 0xFF00U >> begin & 0xFF;
-    const unsigned tailKept = 0xFFU >> ((end - 1) % 8 + 1);
-    const auto merge = [&](size_t k, unsigned kept) {
-        destination[k] = static_cast<uint8_t>((source[k] & ~kept) | (destination[k] & kept));
-    };
-    if (last == 0) {
-        merge(0, headKept | tailKept);
-        return;
-    }
-    merge(0, headKept);
-    std::memcpy(destination + 1, source + 1, last - 1);
-    merge(last, tailKept);
+    const unsigned phase = area.phase() * area.bits() % 8;
+    bitKernels.copyBits(area.row(from), phase, area.row(to), phase, size_t{width} * area.bits());
 }
 
 // The fillRun of workers whose lines are replicated.
 inline auto replicateLines(const AreaView& area) noexcept
 {
-    return [&area](Span run, uint32_t, uint32_t width) {
+    return [&area, &bitKernels = *kernels().bits](Span run, uint32_t, uint32_t width) {
         for (uint32_t t = 1; t < run.length; ++t)
-            replicateLine(area, width, run.start, run.start + t);
+            replicateLine(area, width, run.start, run.start + t, bitKernels);
     };
 }
 
@@ -179,7 +163,9 @@ template <class Walker, class Plan>
 class PlannedColumns
 {
   public:
-    explicit PlannedColumns(const Walker& walker) noexcept : begin_(walker)
+    template <class... PlanArguments>
+    explicit PlannedColumns(const Walker& walker, const PlanArguments&... planArguments) noexcept
+        : begin_(walker), plan_(planArguments...)
     {
         Walker rest = walker;
         plan_.take(rest, 0);

@@ -183,10 +183,10 @@ Picture windowedByDefinition(uint32_t size, const Picture& bits)
 TEST(FromBW, CountsEveryWindow)
 {
     Random random(13);
-    constexpr uint16_t sizes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 40, 255, 300, 4097, 65535};
+    constexpr uint16_t sizes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 15, 16, 40, 255, 300, 4097, 65535};
     // Narrow, wider than one and two vertical strips, and high.
-    constexpr uint32_t areas[][2] = {{1, 1},    {2, 3},    {17, 11},  {40, 20}, {64, 3},
-                                     {4096, 2}, {4100, 4}, {9000, 3}, {3, 400}};
+    constexpr uint32_t areas[][2] = {{1, 1},    {2, 3},    {17, 11},   {40, 20},  {64, 3},
+                                     {4096, 2}, {4100, 4}, {4120, 20}, {9000, 3}, {3, 400}};
     for (const auto& [width, height] : areas) {
         const Picture bits = Picture::random(random, IMAGE_TYPE_BW, width, height);
         for (const uint16_t size : sizes)

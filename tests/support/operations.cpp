@@ -11,8 +11,11 @@ namespace
 constexpr void (*adders[])(Operations&) = {
     addGrayOperations,
     addBilevelOperations,
+    addPaletteColorOperations,
     addCorrectOperations,
     addComposeOperations,
+    addRotationOperations,
+    addBilevelScaling,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

@@ -101,7 +101,10 @@ ColorPalette paletteOf(uint16_t type);
 // Adders, one per family.
 void addGrayOperations(Operations& operations);
 void addBilevelOperations(Operations& operations);
+void addPaletteColorOperations(Operations& operations);
 void addCorrectOperations(Operations& operations);
 void addComposeOperations(Operations& operations);
+void addRotationOperations(Operations& operations);
+void addBilevelScaling(Operations& operations);
 
 } // namespace lxtest

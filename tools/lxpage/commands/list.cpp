@@ -4,12 +4,14 @@ namespace lxpage
 {
 
 void addHalftone(CLI::App& app);
+void addRotate(CLI::App& app);
 void addDemo(CLI::App& app);
 
 std::span<const AddCommand> commands()
 {
     static constexpr AddCommand list[] = {
         addHalftone,
+        addRotate,
         addDemo,
     };
     return list;

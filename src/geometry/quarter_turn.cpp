@@ -1,0 +1,289 @@
+// Rotation by quarter turns.
+//
+// A quarter turn is a transposition in which one of the two areas is walked from its last line to its first: the source
+// for a clockwise turn, the destination for a counter-clockwise one. The source's rows are taken in strips that fill
+// some dozens of bytes of every destination row. Where packed pixels share a destination byte with pixels outside the
+// turned picture, the column of such bytes is formed on its own and merged in. A half turn reverses row after row.
+//
+// Pixels are anchored to the destination's far edges, so what stays untouched in a larger destination lies at its left
+// and top; this is deliberate. Rows are reported when their strip is finished.
+
+#include "frame/line_walk.h"
+
+namespace lx
+{
+
+namespace
+{
+
+enum class Turn { clockwise, counterClockwise };
+
+bool differInOrder(const ImageArea& source, const ImageArea& destination)
+{
+    return (source.colorOrder != 0) != (destination.colorOrder != 0);
+}
+
+// `transpose` takes a TransposeBlock; cells are what its rows are counted in: bytes, or triples.
+template <class Transpose>
+class QuarterTurn
+{
+  public:
+    QuarterTurn(const AreaView& source, const AreaView& destination, Turn turn, Transpose transpose) noexcept
+        : transpose_(transpose), from_(source), to_(destination), clockwise_(turn == Turn::clockwise),
+          rows_(std::min(from_.height(), to_.width())), columns_(std::min(from_.width(), to_.height())),
+          left_(clockwise_ ? to_.width() - rows_ : 0), perCell_(to_.phaseMask() + 1), phase_(to_.phase(left_)),
+          cells_((uint64_t{phase_} + rows_ + perCell_ - 1) / perCell_)
+    {
+    }
+
+    void run(Progress& progress) noexcept
+    {
+        if (rows_ == 0 || columns_ == 0)
+            return;
+        uint32_t reported = 0;
+        for (uint64_t done = 0; done < cells_;) {
+            const uint64_t cells = stripCells(cells_ - done);
+            const uint64_t first = clockwise_ ? cells_ - done - cells : done;
+            turnStrip(first, cells);
+            done += cells;
+            for (uint64_t rows = pixelOf(first + cells) - pixelOf(first); rows != 0; --rows)
+                progress.lineDone(reported++, rows_);
+        }
+    }
+
+  private:
+    static constexpr uint32_t edgeColumns = 512;
+
+    // A narrow remainder is not worth a strip: the last two share what is left.
+    static uint64_t stripCells(uint64_t left)
+    {
+        constexpr uint64_t strip = TransposeKernels::strip;
+        constexpr uint64_t narrow = 16;
+        return left > strip && left < strip + narrow ? strip - narrow : std::min(left, strip);
+    }
+
+    // The first pixel of a destination cell, counted from the picture's left column; its end for cells past the last.
+    uint32_t pixelOf(uint64_t cell) const
+    {
+        const uint64_t pixel = std::max<uint64_t>(cell * perCell_, phase_) - phase_;
+        return static_cast<uint32_t>(std::min<uint64_t>(pixel, rows_));
+    }
+
+    uint32_t sourceLine(uint32_t pixel) const { return clockwise_ ? rows_ - 1 - pixel : pixel; }
+    uint32_t destinationLine(uint32_t column) const { return clockwise_ ? column : to_.height() - 1 - column; }
+    uint8_t* cell(uint64_t k, uint32_t column) const
+    {
+        return to_.at(left_, destinationLine(column)) + k * std::max(to_.bits() / 8, 1U);
+    }
+
+    void turnStrip(uint64_t first, uint64_t cells)
+    {
+        uint64_t end = first + cells;
+        if (pixelOf(first + 1) - pixelOf(first) != perCell_)
+            turnSharedCell(first++);
+        if (first != end && pixelOf(end) - pixelOf(end - 1) != perCell_)
+            turnSharedCell(--end);
+        if (first == end)
+            return;
+        transpose_({.source = from_.at(0, sourceLine(pixelOf(first))),
+                    .sourceStep = clockwise_ ? -from_.lineStep() : from_.lineStep(),
+                    .destination = cell(first, 0),
+                    .destinationStep = clockwise_ ? to_.lineStep() : -to_.lineStep(),
+                    .rows = static_cast<ptrdiff_t>(end - first) * static_cast<ptrdiff_t>(perCell_),
+                    .columns = columns_,
+                    .phase = from_.phase()});
+    }
+
+    // A column of bytes that are only partly the picture's: its few source rows are copied among empty ones.
+    void turnSharedCell(uint64_t k)
+    {
+        const uint32_t begin = pixelOf(k);
+        const uint32_t end = pixelOf(k + 1);
+        const unsigned place = (phase_ + begin) % perCell_;
+        const unsigned owned = (0xFF00U >> (end - begin) * to_.bits() & 0xFF) >> place * to_.bits();
+        walkChunks(columns_, edgeColumns, [&](uint32_t i, uint32_t n) {
+            uint8_t rows[8][edgeColumns / 2 + 1] = {};
+            uint8_t column[edgeColumns];
+            const size_t bytes = (from_.phase(i) + n + from_.phaseMask()) / perCell_;
+            for (uint32_t pixel = begin; pixel < end; ++pixel)
+                std::memcpy(rows[place + pixel - begin], from_.at(i, sourceLine(pixel)), bytes);
+            transpose_({.source = rows[0],
+                        .sourceStep = sizeof rows[0],
+                        .destination = column,
+                        .destinationStep = 1,
+                        .rows = static_cast<ptrdiff_t>(perCell_),
+                        .columns = n,
+                        .phase = from_.phase(i)});
+            for (uint32_t c = 0; c < n; ++c) {
+                uint8_t* byte = cell(k, i + c);
+                *byte = static_cast<uint8_t>((*byte & ~owned) | (column[c] & owned));
+            }
+        });
+    }
+
+    const Transpose transpose_;
+    const AreaView from_;
+    const AreaView to_;
+    const bool clockwise_;
+    const uint32_t rows_;    // source rows, which become columns
+    const uint32_t columns_; // source columns, which become rows
+    const uint32_t left_;    // destination column of the picture's left edge
+    const unsigned perCell_; // pixels of a destination cell
+    const unsigned phase_;   // place of the picture's left edge within its cell
+    const uint64_t cells_;   // destination cells with pixels of the picture, in each row
+};
+
+template <class Transpose>
+int8_t turnQuarter(Turn turn, const ImageArea& source, const ImageArea& destination, ProgressCallback callback,
+                   Transpose transpose)
+{
+    if (source.type != destination.type)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    Progress progress(callback);
+    QuarterTurn(AreaView(source), AreaView(destination), turn, transpose).run(progress);
+    return IMAGE_STATUS_OK;
+}
+
+int8_t turnQuarterOfColor(Turn turn, const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    const bool swap = differInOrder(source, destination);
+    return turnQuarter(turn, source, destination, progress,
+                       [swap, triples = kernels().transpose->triples](const TransposeBlock& b) { triples(b, swap); });
+}
+
+// Calls `reverse(i, j, n, destination column, destination line)` for pieces of the rows of at most `limit` pixels.
+template <class Reverse>
+int8_t turnHalf(const ImageArea& source, const ImageArea& destination, ProgressCallback callback, uint32_t limit,
+                Reverse reverse)
+{
+    if (source.type != destination.type)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    const Overlap overlap{AreaView(source), AreaView(destination)};
+    if (overlap.width == 0)
+        return IMAGE_STATUS_OK;
+    walkLines(overlap.height, callback, [&](uint32_t j) {
+        walkChunks(overlap.width, limit, [&](uint32_t i, uint32_t n) {
+            reverse(i, j, n, destination.width - i - n, destination.height - 1 - j);
+        });
+    });
+    return IMAGE_STATUS_OK;
+}
+
+using ReverseBytes = void (*)(const uint8_t* source, uint8_t* destination, size_t bytes);
+
+// Whole source bytes are reversed on the stack and brought home by a shifted copy.
+int8_t turnHalfOfPacked(const ImageArea& source, const ImageArea& destination, ProgressCallback progress,
+                        ReverseBytes reverse)
+{
+    const AreaView from(source);
+    const AreaView to(destination);
+    const BitKernels& bits = *kernels().bits;
+    const unsigned perByte = from.phaseMask() + 1;
+    constexpr uint32_t limit = 8192;
+    return turnHalf(source, destination, progress, limit,
+                    [&](uint32_t i, uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
+                        uint8_t reversed[limit / 2 + 1];
+                        const size_t bytes = (from.phase(i) + n + perByte - 1) / perByte;
+                        reverse(from.at(i, j), reversed, bytes);
+                        const auto first = static_cast<uint32_t>(bytes * perByte) - from.phase(i) - n;
+                        bits.copyBits(reversed + first / perByte, first % perByte * from.bits(), to.at(column, line),
+                                      to.phase(column) * to.bits(), size_t{n} * to.bits());
+                    });
+}
+
+int8_t RotateBilevel90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    return turnQuarter(Turn::clockwise, source, destination, progress, kernels().transpose->bits);
+}
+
+int8_t RotateBilevel180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    return turnHalfOfPacked(source, destination, progress, kernels().reverse->bits);
+}
+
+int8_t RotateBilevel270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    return turnQuarter(Turn::counterClockwise, source, destination, progress, kernels().transpose->bits);
+}
+
+int8_t RotateNibble90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    return turnQuarter(Turn::clockwise, source, destination, progress, kernels().transpose->nibbles);
+}
+
+int8_t RotateNibble180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    return turnHalfOfPacked(source, destination, progress, kernels().reverse->nibbles);
+}
+
+int8_t RotateNibble270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    return turnQuarter(Turn::counterClockwise, source, destination, progress, kernels().transpose->nibbles);
+}
+
+int8_t RotateByte90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    return turnQuarter(Turn::clockwise, source, destination, progress, kernels().transpose->bytes);
+}
+
+int8_t RotateByte180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    const AreaView from(source);
+    const AreaView to(destination);
+    const ReverseKernels& reverse = *kernels().reverse;
+    return turnHalf(source, destination, progress, ~0U,
+                    [&](uint32_t i, uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
+                        reverse.bytes(from.at(i, j), to.at(column, line), n);
+                    });
+}
+
+int8_t RotateByte270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    return turnQuarter(Turn::counterClockwise, source, destination, progress, kernels().transpose->bytes);
+}
+
+int8_t RotateColor90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    return turnQuarterOfColor(Turn::clockwise, source, destination, progress);
+}
+
+int8_t RotateColor180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    const AreaView from(source);
+    const AreaView to(destination);
+    const ReverseKernels& reverse = *kernels().reverse;
+    const bool swap = differInOrder(source, destination);
+    return turnHalf(source, destination, progress, ~0U,
+                    [&](uint32_t i, uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
+                        reverse.triples(from.at(i, j), to.at(column, line), n, swap);
+                    });
+}
+
+int8_t RotateColor270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+{
+    return turnQuarterOfColor(Turn::counterClockwise, source, destination, progress);
+}
+
+using RotationWorker = int8_t (*)(const ImageArea&, const ImageArea&, ProgressCallback);
+
+// By pixel type, then by angle from one quarter turn on.
+constexpr RotationWorker workers[][3] = {
+    {RotateBilevel90, RotateBilevel180, RotateBilevel270}, {RotateNibble90, RotateNibble180, RotateNibble270},
+    {RotateByte90, RotateByte180, RotateByte270},          {RotateNibble90, RotateNibble180, RotateNibble270},
+    {RotateNibble90, RotateNibble180, RotateNibble270},    {RotateByte90, RotateByte180, RotateByte270},
+    {RotateColor90, RotateColor180, RotateColor270},
+};
+
+} // namespace
+
+} // namespace lx
+
+using namespace lx;
+
+int8_t lxRotationBySimpleAngle(uint16_t angle, const ImageArea* source, const ImageArea* destination,
+                               ProgressCallback progress) noexcept
+{
+    if (source->type != destination->type || !isPixelType(source->type) || angle < 1 || angle > 3)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    return workers[source->type][angle - 1](*source, *destination, progress);
+}

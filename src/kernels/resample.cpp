@@ -1,0 +1,473 @@
+// Change of size along a line. The portable forms are plain loops over the blocks; the wide ones work on all columns at
+// once and then throw together those that begin a block, or look their sources up in a few registers.
+
+#include "kernels/kernel_tables.h"
+
+#include <cstring>
+
+#if defined(LX_LEVEL_v4)
+#include <immintrin.h>
+#endif
+
+namespace lx::LX_LEVEL
+{
+
+namespace
+{
+
+#if defined(LX_LEVEL_v4)
+
+// The low bytes of words. (The plain forms of this and of the next operation start from an undefined register, of which
+// GCC 12 warns.)
+__m256i lowBytes(__m512i words)
+{
+    return _mm512_maskz_cvtepi16_epi8(~__mmask32{0}, words);
+}
+
+__m512i permuteBytes(__m512i offsets, __m512i bytes)
+{
+    return _mm512_maskz_permutexvar_epi8(~__mmask64{0}, offsets, bytes);
+}
+
+// The lowest n of 64 bits, n <= 64.
+uint64_t lowest(unsigned n)
+{
+    return n >= 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
+}
+
+// Up to 256 source bytes in four registers, none of them from behind the last that is wanted.
+void pickWide(const uint8_t* source, uint8_t* destination, const PickGroup& group)
+{
+    const __m512i offsets = _mm512_loadu_si512(group.offsets);
+    const unsigned span = group.last + 1U;
+    __m512i v;
+    if (span <= 64) {
+        v = permuteBytes(offsets, _mm512_maskz_loadu_epi8(lowest(span), source));
+    } else if (span <= 128) {
+        v = _mm512_permutex2var_epi8(_mm512_loadu_si512(source), offsets,
+                                     _mm512_maskz_loadu_epi8(lowest(span - 64), source + 64));
+    } else {
+        const bool four = span > 192;
+        const __m512i low =
+            _mm512_permutex2var_epi8(_mm512_loadu_si512(source), offsets, _mm512_loadu_si512(source + 64));
+        const __m512i third = _mm512_maskz_loadu_epi8(lowest(span - 128), source + 128);
+        const __m512i fourth =
+            four ? _mm512_maskz_loadu_epi8(lowest(span - 192), source + 192) : _mm512_setzero_si512();
+        const __m512i high = _mm512_permutex2var_epi8(third, offsets, fourth);
+        v = _mm512_mask_blend_epi8(_mm512_movepi8_mask(offsets), low, high);
+    }
+    if (group.count == PickGroup::lanes)
+        _mm512_storeu_si512(destination, v);
+    else
+        _mm512_mask_storeu_epi8(destination, lowest(group.count), v);
+}
+
+#endif
+
+void pick(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, const PickGroup* groups, size_t count)
+{
+    for (const PickGroup* group = groups; group != groups + count; ++group) {
+        const uint8_t* LX_RESTRICT from = source + group->base;
+#if defined(LX_LEVEL_v4)
+        // A few bytes far apart are better fetched one by one.
+        if (group->count >= 8) {
+            pickWide(from, destination, *group);
+            destination += group->count;
+            continue;
+        }
+#endif
+        for (unsigned k = 0; k < group->count; ++k)
+            destination[k] = from[group->offsets[k]];
+        destination += group->count;
+    }
+}
+
+#if defined(LX_LEVEL_v4)
+
+// 32 bytes as words.
+__m512i widen(const uint8_t* bytes)
+{
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes)));
+}
+
+// The sums of as many columns as whole registers take; returns their number.
+size_t sumRowsWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, uint16_t* LX_RESTRICT sums,
+                   size_t components)
+{
+    size_t i = 0;
+    for (; i + 128 <= components; i += 128) {
+        const uint8_t* row = source + i;
+        __m512i v[4] = {widen(row), widen(row + 32), widen(row + 64), widen(row + 96)};
+        for (unsigned r = 1; r < rows; ++r) {
+            row += step;
+            for (unsigned k = 0; k < 4; ++k)
+                v[k] = _mm512_add_epi16(v[k], widen(row + 32 * k));
+        }
+        for (unsigned k = 0; k < 4; ++k)
+            _mm512_storeu_si512(sums + i + 32 * k, v[k]);
+    }
+    return i;
+}
+
+#endif
+
+void sumRows(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, uint16_t* LX_RESTRICT sums,
+             size_t components)
+{
+#if defined(LX_LEVEL_v4)
+    const size_t done = sumRowsWide(source, step, rows, sums, components);
+#else
+    const size_t done = 0;
+#endif
+    for (size_t i = done; i < components; ++i)
+        sums[i] = source[i];
+    for (unsigned r = 1; r < rows; ++r) {
+        const uint8_t* LX_RESTRICT row = source + static_cast<ptrdiff_t>(r) * step;
+        for (size_t i = done; i < components; ++i)
+            sums[i] = static_cast<uint16_t>(sums[i] + row[i]);
+    }
+}
+
+#if defined(LX_LEVEL_v4)
+
+constexpr uint32_t wideBlockWidth = 8; // narrow blocks up to this width are summed for all columns at once
+
+uint32_t bits32(const uint64_t* bits, size_t at)
+{
+    return static_cast<uint32_t>(bits[at / 64] >> at % 64);
+}
+
+// Blocks of at most 257 pixels, so that their sums fit 16 bits.
+bool blockMeansWide(const BlockColumns& columns, const BlockRule& rule, const uint16_t* LX_RESTRICT sums,
+                    uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
+{
+    const auto both = [](uint32_t wide, uint32_t narrow0, uint32_t wide1) {
+        return _mm512_mask_blend_epi16(wide, _mm512_set1_epi16(static_cast<short>(narrow0)),
+                                       _mm512_set1_epi16(static_cast<short>(wide1)));
+    };
+    uint32_t reciprocals[2];
+    for (unsigned k = 0; k < 2; ++k)
+        reciprocals[k] = rule.pixels[k] == 1 ? 65535 : 65536 / rule.pixels[k];
+    const bool marking = rule.marked[0] || rule.marked[1];
+    uint32_t anyMark = 0;
+    for (size_t c = 0; c < columns.components; c += 32) {
+        const uint32_t begins = bits32(columns.begins, c);
+        if (begins == 0)
+            continue;
+        const uint32_t wide = bits32(columns.wide, c);
+        __m512i sum = _mm512_loadu_si512(sums + c);
+        for (uint32_t t = 1; t < columns.width; ++t)
+            sum = _mm512_add_epi16(sum, _mm512_loadu_si512(sums + c + t * columns.channels));
+        if (wide != 0)
+            sum =
+                _mm512_mask_add_epi16(sum, wide, sum, _mm512_loadu_si512(sums + c + columns.width * columns.channels));
+        // The truncated reciprocal gives a quotient that is at most 1 short, which the remainder tells.
+        const __m512i pixels = both(wide, rule.pixels[0], rule.pixels[1]);
+        __m512i mean = _mm512_mulhi_epu16(sum, both(wide, reciprocals[0], reciprocals[1]));
+        const __m512i rest = _mm512_sub_epi16(sum, _mm512_mullo_epi16(mean, pixels));
+        const __mmask32 isShort = _mm512_cmpge_epu16_mask(rest, pixels);
+        mean = _mm512_mask_add_epi16(mean, isShort, mean, _mm512_set1_epi16(1));
+        if (marking) {
+            const __m512i exact = _mm512_mullo_epi16(mean, pixels);
+            const uint32_t marked = (rule.marked[0] ? begins & ~wide : 0) | (rule.marked[1] ? wide : 0);
+            const uint32_t white = marked & _mm512_cmpeq_epi16_mask(mean, _mm512_set1_epi16(255));
+            uint32_t even = marked & ~white & _mm512_cmpeq_epi16_mask(sum, exact);
+            even &= _mm512_test_epi16_mask(sum, sum);
+            mean = _mm512_mask_mov_epi16(mean, white, both(wide, rule.white[0], rule.white[1]));
+            const __m256i flags = _mm256_maskz_compress_epi8(begins, _mm256_movm_epi8(even));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(marks), flags);
+            anyMark |= even;
+        }
+        const unsigned made = static_cast<unsigned>(__builtin_popcount(begins));
+        const __m256i bytes = _mm256_maskz_compress_epi8(begins, lowBytes(mean));
+        _mm256_mask_storeu_epi8(destination, static_cast<uint32_t>(lowest(made)), bytes);
+        destination += made;
+        marks += made;
+    }
+    return anyMark != 0;
+}
+
+#endif
+
+bool blockMeans(const BlockColumns& columns, const BlockRule& rule, const uint16_t* LX_RESTRICT sums,
+                uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
+{
+#if defined(LX_LEVEL_v4)
+    if (columns.width <= wideBlockWidth && rule.pixels[1] <= 257)
+        return blockMeansWide(columns, rule, sums, destination, marks);
+#endif
+    bool anyMark = false;
+    for (uint32_t b = 0; b < columns.blocks; ++b) {
+        const uint32_t width = columns.starts[b + 1] - columns.starts[b];
+        const unsigned kind = width > columns.width ? 1 : 0;
+        const uint32_t pixels = rule.pixels[kind];
+        for (unsigned c = 0; c < columns.channels; ++c) {
+            const uint16_t* column = sums + size_t{columns.starts[b]} * columns.channels + c;
+            uint32_t sum = 0;
+            for (uint32_t i = 0; i < width; ++i)
+                sum += column[size_t{i} * columns.channels];
+            const uint32_t mean = sum / pixels;
+            const bool even = rule.marked[kind] && mean * pixels == sum;
+            *destination++ = even && mean == 255 ? rule.white[kind] : static_cast<uint8_t>(mean);
+            const bool mark = even && mean != 0 && mean != 255;
+            *marks++ = mark ? blockMark : uint8_t{0};
+            anyMark |= mark;
+        }
+    }
+    return anyMark;
+}
+
+// For these lengths the single-precision steps of a ramp give the same as integers do, floor(x / length) with
+// x = from * (length - t) + to * t, for all values and all t.
+bool isExactRamp(uint32_t length)
+{
+    return length <= 5 || length == 8 || length == 11 || length == 16;
+}
+
+// x / length for such lengths is 2 x times this, in 1 / 65536.
+uint16_t halfReciprocal(uint32_t length)
+{
+    return static_cast<uint16_t>((32768 + length - 1) / length);
+}
+
+uint8_t exactRampLevel(unsigned from, unsigned to, unsigned t, unsigned length, unsigned reciprocal)
+{
+    const auto x = static_cast<uint16_t>(2 * (from * (length - t) + to * t));
+    return static_cast<uint8_t>(x * reciprocal >> 16);
+}
+
+uint8_t rampLevel(int from, int to, double t, float step)
+{
+    const float d = static_cast<float>(to - from) * step;
+    return static_cast<uint8_t>(static_cast<int32_t>(from + t * static_cast<double>(d)));
+}
+
+float stepOf(uint32_t length)
+{
+    return 1.0F / static_cast<float>(length);
+}
+
+void ramp(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_t* LX_RESTRICT destination,
+          size_t components, unsigned t, uint32_t length)
+{
+    if (!isExactRamp(length)) {
+        const float step = stepOf(length);
+        for (size_t i = 0; i < components; ++i)
+            destination[i] = rampLevel(from[i], to[i], t, step);
+        return;
+    }
+    const uint16_t reciprocal = halfReciprocal(length);
+    size_t i = 0;
+#if defined(LX_LEVEL_v4)
+    const __m512i fromWeights = _mm512_set1_epi16(static_cast<short>(2 * (length - t)));
+    const __m512i toWeights = _mm512_set1_epi16(static_cast<short>(2 * t));
+    const __m512i reciprocals = _mm512_set1_epi16(static_cast<short>(reciprocal));
+    for (; i + 32 <= components; i += 32) {
+        const __m512i x = _mm512_add_epi16(_mm512_mullo_epi16(widen(from + i), fromWeights),
+                                           _mm512_mullo_epi16(widen(to + i), toWeights));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination + i), lowBytes(_mm512_mulhi_epu16(x, reciprocals)));
+    }
+#endif
+    for (; i < components; ++i)
+        destination[i] = exactRampLevel(from[i], to[i], t, length, reciprocal);
+}
+
+void rampEach(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_t* LX_RESTRICT destination,
+              size_t components, const uint8_t* LX_RESTRICT times, uint32_t length)
+{
+    if (!isExactRamp(length) || !isExactRamp(length + 1)) {
+        const float narrow = stepOf(length);
+        const float wide = stepOf(length + 1);
+        for (size_t i = 0; i < components; ++i)
+            destination[i] = rampLevel(from[i], to[i], times[i] & 127, times[i] > 127 ? wide : narrow);
+        return;
+    }
+    const uint16_t narrow = halfReciprocal(length);
+    const uint16_t wide = halfReciprocal(length + 1);
+    size_t i = 0;
+#if defined(LX_LEVEL_v4)
+    const __m512i one = _mm512_set1_epi16(1);
+    for (; i + 32 <= components; i += 32) {
+        const __m512i time = widen(times + i);
+        const __mmask32 isWide = _mm512_test_epi16_mask(time, _mm512_set1_epi16(128));
+        const __m512i t = _mm512_and_si512(time, _mm512_set1_epi16(127));
+        __m512i lengths = _mm512_set1_epi16(static_cast<short>(length));
+        lengths = _mm512_mask_add_epi16(lengths, isWide, lengths, one);
+        const __m512i reciprocals = _mm512_mask_blend_epi16(isWide, _mm512_set1_epi16(static_cast<short>(narrow)),
+                                                            _mm512_set1_epi16(static_cast<short>(wide)));
+        const __m512i start = widen(from + i);
+        const __m512i difference = _mm512_sub_epi16(widen(to + i), start);
+        const __m512i x = _mm512_add_epi16(_mm512_mullo_epi16(start, lengths), _mm512_mullo_epi16(difference, t));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination + i),
+                            lowBytes(_mm512_mulhi_epu16(_mm512_slli_epi16(x, 1), reciprocals)));
+    }
+#endif
+    for (; i < components; ++i) {
+        const bool isWide = times[i] > 127;
+        destination[i] =
+            exactRampLevel(from[i], to[i], times[i] & 127, length + (isWide ? 1 : 0), isWide ? wide : narrow);
+    }
+}
+
+void addRow(const uint8_t* LX_RESTRICT source, uint32_t* LX_RESTRICT sums, size_t components)
+{
+    for (size_t i = 0; i < components; ++i)
+        sums[i] += source[i];
+}
+
+// round(x weight / 32768), halves upwards.
+int weigh(int x, int weight)
+{
+    return (x * weight + 0x4000) >> 15;
+}
+
+void joinRows(const uint8_t* LX_RESTRICT top, const uint32_t* LX_RESTRICT middle, const uint8_t* LX_RESTRICT bottom,
+              uint16_t* LX_RESTRICT destination, size_t components, uint32_t box, int weight)
+{
+    const auto half = static_cast<int32_t>(box / 2);
+    const double reciprocal = 1.0 / box;
+    for (size_t i = 0; i < components; ++i) {
+        const int32_t x = static_cast<int32_t>(top[i] + middle[i]) * 128 + weigh((bottom[i] - top[i]) * 128, weight);
+        // Sums are below 2^31: half a step keeps the quotient clear of the integers.
+        destination[i] = static_cast<uint16_t>(static_cast<int32_t>((x + half + 0.5) * reciprocal) + 64);
+    }
+}
+
+#if defined(LX_LEVEL_v4)
+
+// Words of 32 columns, in 1 / 128: the outer rows of a box of 1 or 2, one weighed against the other.
+struct OuterRows {
+    __m512i top;
+    __m512i change;
+
+    OuterRows(const uint8_t* topRow, const uint8_t* bottomRow, __m512i weight) : top(widen(topRow))
+    {
+        const __m512i difference = _mm512_sub_epi16(widen(bottomRow), top);
+        change = _mm512_mulhrs_epi16(_mm512_slli_epi16(difference, 7), weight);
+    }
+};
+
+#endif
+
+void joinTwo(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, uint16_t* LX_RESTRICT destination,
+             size_t components, int weight)
+{
+    const auto factor = static_cast<int16_t>(weight);
+    size_t i = 0;
+#if defined(LX_LEVEL_v4)
+    const __m512i factors = _mm512_set1_epi16(factor);
+    for (; i + 32 <= components; i += 32) {
+        const OuterRows rows(top + i, bottom + i, factors);
+        const __m512i level = _mm512_add_epi16(_mm512_slli_epi16(rows.top, 7), _mm512_set1_epi16(64));
+        _mm512_storeu_si512(destination + i, _mm512_add_epi16(level, rows.change));
+    }
+#endif
+    for (; i < components; ++i) {
+        const auto difference = static_cast<int16_t>((bottom[i] - top[i]) * 128);
+        destination[i] = static_cast<uint16_t>(top[i] * 128 + weigh(difference, factor) + 64);
+    }
+}
+
+void joinThree(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT middle, const uint8_t* LX_RESTRICT bottom,
+               uint16_t* LX_RESTRICT destination, size_t components, int weight)
+{
+    const auto factor = static_cast<int16_t>(weight);
+    size_t i = 0;
+#if defined(LX_LEVEL_v4)
+    const __m512i factors = _mm512_set1_epi16(factor);
+    for (; i + 32 <= components; i += 32) {
+        const OuterRows rows(top + i, bottom + i, factors);
+        const __m512i inner = _mm512_slli_epi16(_mm512_add_epi16(rows.top, widen(middle + i)), 7);
+        const __m512i x = _mm512_add_epi16(_mm512_add_epi16(inner, rows.change), _mm512_set1_epi16(1 + 128));
+        _mm512_storeu_si512(destination + i, _mm512_srli_epi16(x, 1));
+    }
+#endif
+    for (; i < components; ++i) {
+        const auto difference = static_cast<int16_t>((bottom[i] - top[i]) * 128);
+        const auto x = static_cast<uint16_t>((top[i] + middle[i]) * 128 + weigh(difference, factor));
+        destination[i] = static_cast<uint16_t>((static_cast<uint16_t>(x + 1) >> 1) + 64);
+    }
+}
+
+#if defined(LX_LEVEL_v4)
+
+// Words of the source at the offsets of a group, from some place on.
+class Taps
+{
+  public:
+    explicit Taps(const TapGroup& group) : offsets_(_mm512_loadu_si512(group.offsets)), narrow_(group.last < 32) {}
+
+    __m512i at(const uint16_t* from) const
+    {
+        const __m512i low = _mm512_loadu_si512(from);
+        return narrow_ ? _mm512_maskz_permutexvar_epi16(~__mmask32{0}, offsets_, low)
+                       : _mm512_permutex2var_epi16(low, offsets_, _mm512_loadu_si512(from + 32));
+    }
+
+  private:
+    __m512i offsets_;
+    bool narrow_;
+};
+
+template <unsigned Box>
+void joinColumnsWide(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, const TapGroup& group,
+                     unsigned channels)
+{
+    const Taps taps(group);
+    const uint16_t* from = source + group.base;
+    const __m512i first = taps.at(from);
+    __m512i sum = first;
+    if constexpr (Box == 2)
+        sum = _mm512_add_epi16(sum, taps.at(from + channels));
+    const __m512i change = _mm512_sub_epi16(taps.at(from + Box * channels), first);
+    sum = _mm512_add_epi16(sum, _mm512_mulhrs_epi16(change, _mm512_loadu_si512(group.weights)));
+    const __m256i bytes = lowBytes(_mm512_srli_epi16(sum, Box == 1 ? 7 : 8));
+    if (group.count == TapGroup::lanes)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination), bytes);
+    else
+        _mm256_mask_storeu_epi8(destination, static_cast<uint32_t>(lowest(group.count)), bytes);
+}
+
+template <unsigned Box>
+void joinGroupsWide(const uint16_t* source, uint8_t* destination, const TapGroup* groups, size_t count,
+                    unsigned channels)
+{
+    for (const TapGroup* group = groups; group != groups + count; ++group) {
+        joinColumnsWide<Box>(source, destination, *group, channels);
+        destination += group->count;
+    }
+}
+
+#endif
+
+void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, const TapGroup* groups,
+                 size_t count, unsigned channels, uint32_t box)
+{
+#if defined(LX_LEVEL_v4)
+    if (box == 1)
+        return joinGroupsWide<1>(source, destination, groups, count, channels);
+    if (box == 2)
+        return joinGroupsWide<2>(source, destination, groups, count, channels);
+#endif
+    const double reciprocal = 1.0 / (128.0 * box);
+    for (const TapGroup* group = groups; group != groups + count; ++group) {
+        for (unsigned k = 0; k < group->count; ++k) {
+            const uint16_t* taps = source + group->base + group->offsets[k];
+            int32_t sum = taps[0];
+            for (uint32_t t = 1; t < box; ++t)
+                sum += taps[size_t{t} * channels];
+            sum += weigh(taps[size_t{box} * channels] - taps[0], group->weights[k]);
+            // Sums are integers: half a step keeps the quotient clear of them.
+            destination[k] = static_cast<uint8_t>(static_cast<int32_t>((sum + 0.5) * reciprocal));
+        }
+        destination += group->count;
+    }
+}
+
+} // namespace
+
+constexpr ResampleKernels resampleKernels = {
+    pick, sumRows, blockMeans, ramp, rampEach, addRow, joinRows, joinTwo, joinThree, joinColumns,
+};
+
+} // namespace lx::LX_LEVEL

@@ -1,0 +1,100 @@
+// Change of size along a line: picking, block means, ramps between pixels, and interpolation.
+//
+// Rows are components: bytes of 8-bit pixels, or the three bytes of full-colour pixels, which are `channels` = 3 apart
+// from pixel to pixel. What a row needs to know about its columns is laid out beforehand, once for all lines.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace lx
+{
+
+// A few destination components, and where they come from.
+struct PickGroup {
+    static constexpr unsigned lanes = 64;
+
+    uint32_t base;          // source component that the offsets count from
+    uint8_t count;          // 1 to 64 components
+    uint8_t last;           // the largest offset
+    uint8_t offsets[lanes]; // ascending
+};
+
+// The blocks of a line: each `width` pixels wide, the wide ones one more, and one following the other.
+struct BlockColumns {
+    unsigned channels;
+    uint32_t width;
+    uint32_t blocks;
+    uint32_t components;    // source components of all blocks
+    const uint32_t* starts; // first pixel of each block, and the end of the last
+    const uint64_t* begins; // bit c says whether component c is one of a block's first pixel
+    const uint64_t* wide;   // the same of wide blocks alone
+};
+
+// The mark of a block whose mean is in doubt; others have 0.
+constexpr uint8_t blockMark = 255;
+
+// How the sums of narrow [0] and wide [1] blocks become means.
+struct BlockRule {
+    uint32_t pixels[2]; // of a block, at most 65535
+    bool marked[2];     // whether sums that divide evenly are to be marked
+    uint8_t white[2];   // the mean of a marked block that is all 255
+};
+
+// A few destination components of an interpolated line.
+struct TapGroup {
+    static constexpr unsigned lanes = 32;
+    static constexpr unsigned reach = 64; // a group of more than one pixel stays within so many components
+
+    uint32_t base;           // source component that the offsets count from
+    uint16_t count;          // 1 to 32 components
+    uint16_t last;           // the largest offset
+    uint16_t offsets[lanes]; // of the first tap
+    int16_t weights[lanes];  // of the last tap against the first, in 1 / 32768
+};
+
+struct ResampleKernels {
+    // Groups one after the other: destination[k] = source[base + offsets[k]].
+    void (*pick)(const uint8_t* source, uint8_t* destination, const PickGroup* groups, size_t count);
+
+    // sums[i] = source[i] + source[step + i] + ..., `rows` terms, at most 257.
+    void (*sumRows)(const uint8_t* source, ptrdiff_t step, unsigned rows, uint16_t* sums, size_t components);
+
+    // destination[b] = floor(sum of block b / pixels) from the sums of its columns, component by component. Blocks that
+    // are not all 0 or all 255 and divide evenly are marked by blockMark. `marks` has room for 64 bytes more than
+    // there are blocks, `sums` for 256 words more. Returns whether there are marks.
+    bool (*blockMeans)(const BlockColumns& columns, const BlockRule& rule, const uint16_t* sums, uint8_t* destination,
+                       uint8_t* marks);
+
+    // destination[i] = trunc(from[i] + t * d), d = (to[i] - from[i]) * (1 / length) in single precision, the rest in
+    // double; t < length.
+    void (*ramp)(const uint8_t* from, const uint8_t* to, uint8_t* destination, size_t components, unsigned t,
+                 uint32_t length);
+
+    // The same with t = times[i] & 127, and the length one more where the top bit of times[i] is set.
+    void (*rampEach)(const uint8_t* from, const uint8_t* to, uint8_t* destination, size_t components,
+                     const uint8_t* times, uint32_t length);
+
+    // sums[i] += source[i].
+    void (*addRow)(const uint8_t* source, uint32_t* sums, size_t components);
+
+    // Interpolation down the columns, in 1 / 128: x = 128 (top + middle) + round(128 (bottom - top) weight / 32768),
+    // destination[i] = floor((x + floor(box / 2)) / box) + 64; the 64 are for the next step. `middle` is the sum of
+    // box - 1 <= 2046 rows.
+    void (*joinRows)(const uint8_t* top, const uint32_t* middle, const uint8_t* bottom, uint16_t* destination,
+                     size_t components, uint32_t box, int weight);
+
+    // The same for boxes of 1 (middle unused) and 2 (middle is a row).
+    void (*joinTwo)(const uint8_t* top, const uint8_t* bottom, uint16_t* destination, size_t components, int weight);
+    void (*joinThree)(const uint8_t* top, const uint8_t* middle, const uint8_t* bottom, uint16_t* destination,
+                      size_t components, int weight);
+
+    // Interpolation along the line, of what the above gives. The box + 1 taps of a component are `channels` apart:
+    // destination = floor((all but the last + round((last - first) weight / 32768)) / (128 box)). `source` has room for
+    // 64 words more than the taps need.
+    void (*joinColumns)(const uint16_t* source, uint8_t* destination, const TapGroup* groups, size_t count,
+                        unsigned channels, uint32_t box);
+};
+
+} // namespace lx

@@ -1,0 +1,154 @@
+// Scaling of bilevel areas: by sampling, by black priority, by majority. Scaling by runs has a file of its own.
+//
+// Lines stay packed: the kernels pick single bits, or count the white pixels of all blocks of a line at once. Seen from
+// its destination pixels an enlarged axis has blocks of one pixel, so that each rule serves every geometric case.
+
+#include "resolution/bit_lines.h"
+#include "resolution/flag_line.h"
+#include "resolution/scale_rows.h"
+#include "resolution/workers.h"
+
+namespace lx
+{
+
+namespace
+{
+
+// White where every pixel is.
+struct AllWhite {
+    static uint64_t least(uint64_t columns, uint64_t lines) { return columns * lines; }
+};
+
+// White where the share of white pixels, on a scale of 255 in single precision, is at least 128: half is black.
+struct MostlyWhite {
+    static uint64_t least(uint64_t columns, uint64_t lines)
+    {
+        const float scale = 255.0F / static_cast<float>(columns * lines);
+        uint64_t tooFew = 0;
+        uint64_t enough = columns * lines;
+        while (enough - tooFew > 1) {
+            const uint64_t white = tooFew + (enough - tooFew) / 2;
+            (scale * static_cast<float>(white) >= 128.0F ? enough : tooFew) = white;
+        }
+        return enough;
+    }
+};
+
+template <class Columns>
+void scaleBySampling(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
+{
+    PickedLine<Columns> line(source, destination);
+    scaleRows(
+        source, destination, passShares(source, destination), progress,
+        [&](uint32_t j, Span lines) { return line.make(j, lines.start); }, replicateLines(destination));
+}
+
+// Columns of blocks placed at random.
+void reduceByMajority(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
+{
+    const uint32_t mostLines = longestBlock<PlacedBlockWalker>(source.height(), destination.height());
+    PlacedBitColumns columns(source, destination.width(), mostLines);
+    FlagLine<MostlyWhite> line(destination);
+    scaleRowsPlaced(
+        source, destination, widthReduced, progress,
+        [&](uint32_t j, Span lines, uint32_t draw) {
+            uint32_t reached = 0;
+            columns.forEach(draw, [&](const BitColumns& plan) {
+                line.make(j, plan, plan.row(lines.start), source.lineStep(), lines.length);
+                reached += plan.count();
+            });
+            return reached;
+        },
+        replicateLines(destination));
+}
+
+// Every column repeated over its run.
+void widenByMajority(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
+{
+    using Columns = RepeatedBlockWalker;
+    const uint32_t mostLines = longestBlock<PlacedBlockWalker>(source.height(), destination.height());
+    PlannedColumns<Columns, Roomy<BitColumns>> columns(Columns(source.width(), destination.width()), source, mostLines);
+    FlagLine<MostlyWhite> line(destination);
+    scaleRowsPlaced(
+        source, destination, widthEnlarged, progress,
+        [&](uint32_t j, Span lines, uint32_t) {
+            columns.forEach([&](const BitColumns& plan) {
+                line.make(j, plan, plan.row(lines.start), source.lineStep(), lines.length);
+            });
+            return destination.width();
+        },
+        replicateLines(destination));
+}
+
+// Replicates pixels, but whitens the destination lines first: columns that no run reaches end white here, unlike in
+// every other enlargement. This is deliberate.
+void enlargeByMajority(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
+{
+    PickedLine<RepeatedBlockWalker> line(source, destination);
+    scaleRowsPlaced(
+        source, destination, widthEnlarged, progress,
+        [&](uint32_t j, Span lines, uint32_t) {
+            const uint32_t reached = line.make(j, lines.start);
+            fillBits(destination, j, reached, destination.width(), true);
+            return destination.width();
+        },
+        replicateLines(destination));
+}
+
+} // namespace
+
+int8_t ScaleBilevelBySampling(const ImageArea* source, const ImageArea* destination, ProgressCallback progress) noexcept
+{
+    if (!isScalable(*source, *destination, IMAGE_TYPE_BW))
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    if (source->width > destination->width)
+        scaleBySampling<BlockWalker<float>>(AreaView(*source), AreaView(*destination), progress);
+    else
+        scaleBySampling<RepeatedBlockWalker>(AreaView(*source), AreaView(*destination), progress);
+    return IMAGE_STATUS_OK;
+}
+
+int8_t ScaleBilevelByMajority(const ImageArea* source, const ImageArea* destination, ProgressCallback progress) noexcept
+{
+    if (!isScalable(*source, *destination, IMAGE_TYPE_BW))
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    const AreaView from(*source);
+    const AreaView to(*destination);
+    if (source->width > destination->width)
+        reduceByMajority(from, to, progress);
+    else if (source->height > destination->height)
+        widenByMajority(from, to, progress);
+    else
+        enlargeByMajority(from, to, progress);
+    return IMAGE_STATUS_OK;
+}
+
+// A line's blocks are first put together to one line that is white where all of theirs are.
+int8_t ReduceBilevelBlackPriority(const ImageArea* source, const ImageArea* destination,
+                                  ProgressCallback progress) noexcept
+{
+    if (!isScalable(*source, *destination, IMAGE_TYPE_BW) || source->width <= destination->width ||
+        source->height <= destination->height)
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    using Blocks = BlockWalker<double>;
+    const AreaView from(*source);
+    const AreaView to(*destination);
+    PlannedColumns<Blocks, Roomy<BitColumns>> columns(Blocks(source->width, destination->width), from, 1U);
+    FlagLine<AllWhite> line(to);
+    const BitBlockKernels& blocks = *kernels().bitBlocks;
+    uint8_t together[BitColumns::mostBytes];
+    reduceRows(Blocks(source->height, destination->height), destination->height, progress, [&](uint32_t j, Span lines) {
+        columns.forEach([&](const BitColumns& plan) {
+            const uint8_t* row = plan.row(lines.start);
+            if (plan.bytes() > sizeof together) { // a single block that is wider than the buffer
+                line.make(j, plan, row, from.lineStep(), lines.length);
+                return;
+            }
+            blocks.andRows(row, from.lineStep(), lines.length, together, plan.bytes());
+            line.make(j, plan, together, 0, 1);
+        });
+    });
+    return IMAGE_STATUS_OK;
+}
+
+} // namespace lx

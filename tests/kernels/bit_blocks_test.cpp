@@ -1,0 +1,153 @@
+// Every level's form of the bit block kernels against the portable one, on rows that end at an inaccessible page.
+
+#include "kernels/kernels.h"
+#include "support/guarded_memory.h"
+#include "support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace lxtest
+{
+
+namespace
+{
+
+// Blocks in `lines` rows of noise.
+struct Sample {
+    alignas(64) uint8_t bias[512] = {};
+    alignas(64) uint32_t starts[512] = {};
+    lx::BitBlockTable table = {};
+    uint32_t lines;
+    GuardedArray<uint8_t> rows;
+
+    // `shortest` is the length of blocks, some of them one longer; they follow one another, or repeat as the columns
+    // of an enlarged axis do.
+    Sample(Random& random, uint32_t shortest, bool repeats) : lines(random.between(1, 9)), rows(size_t{1} << 20)
+    {
+        table.bias = bias;
+        table.starts = starts;
+        table.count = random.between(1, 512);
+        table.length = repeats ? 1 : shortest;
+        table.phase = random.below(8);
+        uint32_t start = 0;
+        for (uint32_t i = 0; i < table.count; ++i) {
+            const bool longer = !repeats && shortest < lx::BitBlockTable::gatherLimit && random.chance(40);
+            starts[i] = start;
+            bias[i] = longer ? lx::BitBlockTable::longBias : uint8_t{0};
+            table.lastLength = random.between(1, table.length + (longer ? 1 : 0));
+            start += repeats ? random.below(2) : table.length + (longer ? 1 : 0);
+        }
+        table.bytes = (table.phase + starts[table.count - 1] + table.lastLength + 7) / 8;
+        const size_t used = lines * (size_t{table.bytes} + 5);
+        random.fill(rows.end() - used, used);
+    }
+
+    const uint8_t* last() const { return rows.end() - table.bytes; }
+    ptrdiff_t stride() const { return -ptrdiff_t{5} - table.bytes; }
+};
+
+class BitBlockLevels : public testing::TestWithParam<size_t>
+{
+  protected:
+    const lx::BitBlockKernels& portable = *lx::runnableKernels().tables[0]->bitBlocks;
+    const lx::BitBlockKernels& level = *lx::runnableKernels().tables[GetParam()]->bitBlocks;
+    Random random{41};
+};
+
+TEST_P(BitBlockLevels, CountAndFlagAlike)
+{
+    for (int k = 0; k < 2000; ++k) {
+        const uint32_t shortest = random.between(1, lx::BitBlockTable::gatherLimit);
+        Sample sample(random, shortest, random.chance(20));
+        const lx::BitBlockTable& table = sample.table;
+        const auto most = static_cast<uint8_t>((table.length + 1) * sample.lines);
+        const lx::LeastBits least = {static_cast<uint8_t>(random.between(0, most)),
+                                     static_cast<uint8_t>(random.between(0, most)),
+                                     static_cast<uint8_t>(random.between(0, most))};
+        std::vector<uint8_t> counts[2];
+        std::vector<uint8_t> flags[2];
+        for (int side = 0; side < 2; ++side) {
+            const lx::BitBlockKernels& kernels = side == 0 ? portable : level;
+            counts[side].resize(table.count);
+            flags[side].resize((table.count + 63) / 64 * 8);
+            if (side == 1)
+                kernels.arrangeBlocks(sample.table);
+            kernels.countInBytes(table, sample.last(), sample.stride(), sample.lines, counts[side].data());
+            kernels.flag(table, sample.last(), sample.stride(), sample.lines, least, flags[side].data());
+            for (uint32_t i = table.count; i < flags[side].size() * 8; ++i)
+                flags[side][i / 8] &= static_cast<uint8_t>(~(0x80U >> i % 8));
+        }
+        ASSERT_EQ(counts[0], counts[1]);
+        ASSERT_EQ(flags[0], flags[1]);
+        for (uint32_t i = 0; i + 1 < table.count; ++i) {
+            const bool longer = table.bias[i] != 0;
+            const int count = counts[0][i] - table.bias[i];
+            ASSERT_EQ((flags[0][i / 8] >> (7 - i % 8) & 1) != 0, count >= (longer ? least.inLong : least.inShort));
+        }
+    }
+}
+
+TEST_P(BitBlockLevels, CountWideBlocksAlike)
+{
+    for (int k = 0; k < 1000; ++k) {
+        const Sample sample(random, random.chance(80) ? random.between(1, 70) : random.between(8, 900), false);
+        std::vector<uint64_t> expected(sample.table.count);
+        std::vector<uint64_t> actual(sample.table.count);
+        portable.count(sample.table, 0, sample.table.count, sample.last(), sample.stride(), sample.lines,
+                       expected.data());
+        const uint32_t cut = std::min(sample.table.count, random.below(60) * 8);
+        level.count(sample.table, 0, cut, sample.last(), sample.stride(), sample.lines, actual.data());
+        level.count(sample.table, cut, sample.table.count - cut, sample.last(), sample.stride(), sample.lines,
+                    actual.data() + cut);
+        ASSERT_EQ(expected, actual);
+    }
+}
+
+TEST_P(BitBlockLevels, PickAlike)
+{
+    for (int k = 0; k < 2000; ++k) {
+        Sample sample(random, random.between(1, lx::BitBlockTable::gatherLimit), random.chance(50));
+        // Only the first bit of the last block is there.
+        sample.table.bytes = (sample.table.phase + sample.starts[sample.table.count - 1]) / 8 + 1;
+        const uint32_t last = sample.starts[sample.table.count - 1] + sample.table.phase;
+        const bool expectedLast = (sample.last()[last / 8] >> (7 - last % 8) & 1) != 0;
+        std::vector<uint8_t> picked[2];
+        for (int side = 0; side < 2; ++side) {
+            const lx::BitBlockKernels& kernels = side == 0 ? portable : level;
+            picked[side].resize((sample.table.count + 63) / 64 * 8);
+            if (side == 1)
+                kernels.arrangePicks(sample.table);
+            kernels.pick(sample.table, sample.last(), picked[side].data());
+            for (uint32_t i = sample.table.count; i < picked[side].size() * 8; ++i)
+                picked[side][i / 8] &= static_cast<uint8_t>(~(0x80U >> i % 8));
+        }
+        ASSERT_EQ(picked[0], picked[1]);
+        const uint32_t i = sample.table.count - 1;
+        ASSERT_EQ((picked[0][i / 8] >> (7 - i % 8) & 1) != 0, expectedLast);
+    }
+}
+
+TEST_P(BitBlockLevels, AndAlike)
+{
+    for (int k = 0; k < 500; ++k) {
+        const Sample sample(random, random.between(1, 60), false);
+        const size_t bytes = sample.table.bytes;
+        std::vector<uint8_t> expected(bytes, 0xFF);
+        for (uint32_t j = 0; j < sample.lines; ++j)
+            for (size_t i = 0; i < bytes; ++i)
+                expected[i] &= (sample.last() + static_cast<ptrdiff_t>(j) * sample.stride())[i];
+        GuardedArray<uint8_t> actual(bytes);
+        level.andRows(sample.last(), sample.stride(), sample.lines, actual.data(), bytes);
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), actual.begin()));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, BitBlockLevels, testing::Range(size_t{0}, lx::runnableKernels().count),
+                         [](const auto& instance) { return lx::runnableKernels().tables[instance.param]->level; });
+
+} // namespace
+
+} // namespace lxtest
