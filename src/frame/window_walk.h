@@ -34,7 +34,7 @@ inline WindowRows rowsAround(const AreaView& area, uint32_t height, uint32_t j)
 inline bool arePixelsShared(const AreaView& a, const AreaView& b)
 {
     return a.row(0) == b.row(0) && a.phase() == b.phase() &&
-           (std::min(a.height(), b.height()) <= 1 || a.row(1) == b.row(1));
+           (std::min(a.height(), b.height()) <= 1 || a.lineStep() == b.lineStep());
 }
 
 // `bytes` is the size of a pixel in both areas: 1 or 3.

@@ -54,10 +54,11 @@ class QuarterTurn
   private:
     static constexpr uint32_t edgeColumns = 512;
 
-    // A narrow remainder is not worth a strip: the last two share what is left.
-    static uint64_t stripCells(uint64_t left)
+    // A narrow remainder is not worth a strip: the last two share what is left. Rows of triples are far apart, and want
+    // longer pieces for it.
+    uint64_t stripCells(uint64_t left) const
     {
-        constexpr uint64_t strip = TransposeKernels::strip;
+        const uint64_t strip = to_.bits() == 24 ? 4 * TransposeKernels::strip : TransposeKernels::strip;
         constexpr uint64_t narrow = 16;
         return left > strip && left < strip + narrow ? strip - narrow : std::min(left, strip);
     }
@@ -171,7 +172,7 @@ int8_t turnHalf(const ImageArea& source, const ImageArea& destination, ProgressC
 
 using ReverseBytes = void (*)(const uint8_t* source, uint8_t* destination, size_t bytes);
 
-// Whole source bytes are reversed on the stack and brought home by a shifted copy.
+// Whole source bytes are reversed: in place if the pixels fill them, else on the stack, followed by a shifted copy.
 int8_t turnHalfOfPacked(const ImageArea& source, const ImageArea& destination, ProgressCallback progress,
                         ReverseBytes reverse)
 {
@@ -182,8 +183,12 @@ int8_t turnHalfOfPacked(const ImageArea& source, const ImageArea& destination, P
     constexpr uint32_t limit = 8192;
     return turnHalf(source, destination, progress, limit,
                     [&](uint32_t i, uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
-                        uint8_t reversed[limit / 2 + 1];
                         const size_t bytes = (from.phase(i) + n + perByte - 1) / perByte;
+                        if (from.phase(i) == 0 && to.phase(column) == 0 && n % perByte == 0) {
+                            reverse(from.at(i, j), to.at(column, line), bytes);
+                            return;
+                        }
+                        uint8_t reversed[limit / 2 + 1];
                         reverse(from.at(i, j), reversed, bytes);
                         const auto first = static_cast<uint32_t>(bytes * perByte) - from.phase(i) - n;
                         bits.copyBits(reversed + first / perByte, first % perByte * from.bits(), to.at(column, line),

@@ -103,23 +103,37 @@ const Gather* gathers(const BitBlockTable& table)
     return reinterpret_cast<const Gather*>(table.starts);
 }
 
-// `length` of every block; place(k, o) takes the offset of block k from the first bit of its group of eight's bytes.
-template <class Length, class Place>
-void arrange(BitBlockTable& table, Length length, Place place)
+// What is done with the windows of eight bytes: a block comes to the top of the byte of its number, a picked bit goes
+// to a mask, in which the first pixel of eight is the highest bit.
+struct ForBlocks {
+    static constexpr unsigned top = 56;
+    static constexpr unsigned turn = 0;
+};
+struct ForPicks {
+    static constexpr unsigned top = 63;
+    static constexpr unsigned turn = 7;
+};
+
+// `lastLength` is that of the last block of the table.
+template <class Use>
+void arrange(BitBlockTable& table, size_t lastLength)
 {
     for (uint32_t first = 0; first < table.count; first += 64) {
         const uint32_t n = table.count - first < 64 ? table.count - first : 64;
-        uint32_t starts[64];
-        for (uint32_t k = 0; k < 64; ++k)
-            starts[k] = table.starts[first + (k < n ? k : n - 1)] + table.phase;
-        Gather gather = {};
-        gather.base = starts[0] / 8;
-        const uint32_t last = (starts[n - 1] + static_cast<uint32_t>(length(first + n - 1)) - 1) / 8 - gather.base;
-        gather.load = ~0ULL >> (63 - last);
-        for (uint32_t k = 0; k < 64; ++k) {
-            const uint32_t byte = starts[k & ~7U] / 8;
-            gather.order[k] = static_cast<uint8_t>(byte - gather.base + 7 - k % 8);
-            place(gather, k, starts[k] - 8 * byte);
+        const uint32_t* starts = table.starts + first;
+        Gather gather;
+        std::memset(&gather, 0, sizeof gather);
+        gather.base = (starts[0] + table.phase) / 8;
+        const bool last = first + n == table.count;
+        const size_t end = starts[n - 1] + table.phase + (last ? lastLength : lengthOf(table, first + n - 1));
+        gather.load = ~0ULL >> (63 - ((end - 1) / 8 - gather.base));
+        for (uint32_t k = 0; k < n; k += 8) {
+            const uint32_t byte = (starts[k] + table.phase) / 8;
+            const uint64_t order = 0x0001020304050607 + (byte - gather.base) * 0x0101010101010101ULL;
+            std::memcpy(gather.order + k, &order, sizeof order);
+            const uint32_t place = Use::top + 8 * byte - table.phase;
+            for (uint32_t b = 0; b < 8; ++b)
+                gather.shift[k + (b ^ Use::turn)] = static_cast<uint8_t>(place - starts[k + b]);
         }
         std::memcpy(table.starts + first, &gather, sizeof gather);
     }
@@ -128,16 +142,12 @@ void arrange(BitBlockTable& table, Length length, Place place)
 
 void arrangeBlocks(BitBlockTable& table)
 {
-    arrange(
-        table, [&](uint32_t i) { return lengthOf(table, i); },
-        [](Gather& gather, uint32_t k, uint32_t offset) { gather.shift[k] = static_cast<uint8_t>(56 - offset) & 63; });
+    arrange<ForBlocks>(table, table.lastLength);
 }
 
 void arrangePicks(BitBlockTable& table)
 {
-    arrange(
-        table, [](uint32_t) { return 1; },
-        [](Gather& gather, uint32_t k, uint32_t offset) { gather.shift[k ^ 7] = static_cast<uint8_t>(63 - offset); });
+    arrange<ForPicks>(table, 1);
 }
 
 // The bytes of 64 blocks, each group of eight from its first bit on.
@@ -319,10 +329,79 @@ void pick(const BitBlockTable& table, const uint8_t* row, uint8_t* LX_RESTRICT d
     }
 }
 
+#if defined(LX_LEVEL_v4)
+
+// Each byte becomes `Times` bytes. All 64 bytes of a register take part in one bit matrix product for each of those
+// bytes, whose matrices spread the bits that it is made of; then every byte takes the product that is its own.
+template <unsigned Times>
+struct Spread {
+    uint64_t matrix[Times] = {};               // row p of matrix r has the bit that becomes bit p of byte r
+    uint64_t own[Times][Times] = {};           // in register t, the bytes that are byte r of their source byte
+    alignas(64) uint8_t order[Times][64] = {}; // in register t, the source byte of every byte
+
+    constexpr Spread()
+    {
+        for (unsigned r = 0; r < Times; ++r)
+            for (unsigned p = 0; p < 8; ++p)
+                matrix[r] |= uint64_t{0x80U >> (8 * r + p) / Times} << 8 * p;
+        for (unsigned t = 0; t < Times; ++t) {
+            for (unsigned k = 0; k < 64; ++k) {
+                order[t][k] = static_cast<uint8_t>((64 * t + k) / Times);
+                own[t][(64 * t + k) % Times] |= uint64_t{1} << k;
+            }
+        }
+    }
+};
+
+template <unsigned Times>
+void repeatWide(const uint8_t* source, size_t bytes, uint8_t* destination)
+{
+    static constexpr Spread<Times> spread;
+    for (; bytes != 0;) {
+        const size_t n = bytes < 64 ? bytes : 64;
+        const __m512i in = _mm512_maskz_loadu_epi8(~0ULL >> (64 - n), source);
+        for (unsigned t = 0; t < Times && 64 * t < n * Times; ++t) {
+            const __m512i each = _mm512_permutexvar_epi8(_mm512_load_si512(spread.order[t]), in);
+            __m512i out = _mm512_setzero_si512();
+            for (unsigned r = 0; r < Times; ++r) {
+                const __m512i matrix = _mm512_set1_epi64(static_cast<int64_t>(spread.matrix[r]));
+                out = _mm512_mask_gf2p8affine_epi64_epi8(out, spread.own[t][r], each, matrix, 0);
+            }
+            const size_t left = n * Times - 64 * t;
+            _mm512_mask_storeu_epi8(destination + 64 * t, ~0ULL >> (left < 64 ? 64 - left : 0), out);
+        }
+        source += n;
+        destination += n * Times;
+        bytes -= n;
+    }
+}
+
+#endif
+
+void repeat(const uint8_t* LX_RESTRICT source, size_t bytes, unsigned times, uint8_t* LX_RESTRICT destination)
+{
+#if defined(LX_LEVEL_v4)
+    if (times == 2)
+        return repeatWide<2>(source, bytes, destination);
+    if (times == 3)
+        return repeatWide<3>(source, bytes, destination);
+    if (times == 4)
+        return repeatWide<4>(source, bytes, destination);
+#endif
+    const unsigned ones = (1U << times) - 1;
+    for (size_t k = 0; k < bytes; ++k) {
+        uint64_t spread = 0;
+        for (unsigned b = 0; b < 8; ++b)
+            spread = spread << times | ((source[k] >> (7 - b) & 1) != 0 ? ones : 0U);
+        for (unsigned t = 0; t < times; ++t)
+            destination[k * times + t] = static_cast<uint8_t>(spread >> 8 * (times - 1 - t));
+    }
+}
+
 } // namespace
 
 constexpr BitBlockKernels bitBlockKernels = {
-    arrangeBlocks, countInBytes, flag, count, arrangePicks, pick, andRows,
+    arrangeBlocks, countInBytes, flag, count, arrangePicks, pick, repeat, andRows,
 };
 
 } // namespace lx::LX_LEVEL

@@ -13,10 +13,10 @@
 #include "kernels/median.h"
 #include "kernels/palette_color.h"
 #include "kernels/pixels.h"
+#include "kernels/resample.h"
 #include "kernels/reverse.h"
 #include "kernels/runs.h"
 #include "kernels/transpose.h"
-#include "kernels/resample.h"
 #include "kernels/window.h"
 
 #include <cstddef>
@@ -32,6 +32,10 @@ struct Kernels {
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
     const MedianKernels* median;
+    const ResampleKernels* resample;
+    const ReverseKernels* reverse;
+    const TransposeKernels* transpose;
+    const RunKernels* runs;
     const ComposeKernels* compose;
     const CorrectKernels* correct;
     const PaletteColorKernels* paletteColor;

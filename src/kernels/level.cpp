@@ -26,6 +26,10 @@ constexpr Kernels kernelTable = {
     .transpose = &transposeKernels,
     .runs = &runKernels,
     .resample = &resampleKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,      &bitBlockKernels, &pixelKernels,     &diffusionKernels, &windowKernels,
+    &medianKernels,    &resampleKernels, &reverseKernels,  &transposeKernels, &runKernels,
+    LX_NAME(LX_LEVEL), &bitKernels,     &pixelKernels,   &diffusionKernels,    &windowKernels,
+    &medianKernels,    &composeKernels, &correctKernels, &paletteColorKernels,
 };
 
 } // namespace lx::LX_LEVEL

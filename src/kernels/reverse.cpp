@@ -1,4 +1,7 @@
-// Rows turned end for end: plain loops that the compiler vectorises, and shuffles for triples and bits.
+// Rows turned end for end.
+//
+// The source is read forwards and the destination written backwards: in a half turn, rows follow one another in the
+// same directions, so that either side is one stream.
 
 #include "kernels/kernel_tables.h"
 
@@ -14,64 +17,109 @@ namespace lx::LX_LEVEL
 namespace
 {
 
-void bytes(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t n)
+#if defined(LX_LEVEL_v4)
+
+using Word = __m512i;
+
+Word reverseBytes(Word v)
 {
-    for (size_t k = 0; k < n; ++k)
-        destination[k] = source[n - 1 - k];
+    alignas(64) static constexpr uint8_t backwards[64] = {
+        63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45, 44, 43, 42,
+        41, 40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20,
+        19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9,  8,  7,  6,  5,  4,  3,  2,  1,  0,
+    };
+    return _mm512_permutexvar_epi8(_mm512_load_si512(backwards), v);
 }
 
-void nibbles(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t n)
+// Bit matrix products with the unit matrix, its rows or the halves of its rows in reverse order.
+Word reverseNibbles(Word v)
 {
-    for (size_t k = 0; k < n; ++k) {
-        const uint8_t pair = source[n - 1 - k];
-        destination[k] = static_cast<uint8_t>(pair << 4 | pair >> 4);
-    }
+    return reverseBytes(_mm512_gf2p8affine_epi64_epi8(v, _mm512_set1_epi64(0x1020408001020408), 0));
+}
+
+Word reverseBits(Word v)
+{
+    const __m512i antidiagonal = _mm512_set1_epi64(static_cast<int64_t>(0x8040201008040201ULL));
+    return reverseBytes(_mm512_gf2p8affine_epi64_epi8(v, antidiagonal, 0));
+}
+
+#else
+
+using Word = uint64_t;
+
+Word reverseBytes(Word v)
+{
+    return __builtin_bswap64(v);
+}
+
+Word reverseNibbles(Word v)
+{
+    return reverseBytes((v & 0x0F0F0F0F0F0F0F0F) << 4 | (v >> 4 & 0x0F0F0F0F0F0F0F0F));
+}
+
+Word reverseBits(Word v)
+{
+    v = (v & 0x5555555555555555) << 1 | (v >> 1 & 0x5555555555555555);
+    v = (v & 0x3333333333333333) << 2 | (v >> 2 & 0x3333333333333333);
+    return reverseNibbles(v);
+}
+
+#endif
+
+// `reverse` turns a word of bytes end for end, and what is in the bytes too.
+template <class Reverse>
+void reverseRow(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t n, Reverse reverse)
+{
+#if defined(LX_LEVEL_v4)
+    for (; n >= 64; n -= 64, source += 64)
+        _mm512_storeu_si512(destination + n - 64, reverse(_mm512_loadu_si512(source)));
+    // The bytes behind the first n come out in front of them.
+    const __m512i rest = reverse(_mm512_maskz_loadu_epi8((uint64_t{1} << n) - 1, source));
+    alignas(64) uint8_t reversed[64];
+    _mm512_store_si512(reversed, rest);
+    std::memcpy(destination, reversed + 64 - n, n);
+#else
+    for (; n >= 8; n -= 8, source += 8)
+        storeLittle64(destination + n - 8, reverse(loadLittle64(source)));
+    for (size_t k = 0; k < n; ++k)
+        destination[n - 1 - k] = static_cast<uint8_t>(reverse(source[k]) >> 56);
+#endif
+}
+
+void bytes(const uint8_t* source, uint8_t* destination, size_t n)
+{
+    reverseRow(source, destination, n, [](Word v) { return reverseBytes(v); });
+}
+
+void nibbles(const uint8_t* source, uint8_t* destination, size_t n)
+{
+    reverseRow(source, destination, n, [](Word v) { return reverseNibbles(v); });
+}
+
+void bits(const uint8_t* source, uint8_t* destination, size_t n)
+{
+    reverseRow(source, destination, n, [](Word v) { return reverseBits(v); });
 }
 
 void triples(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t n, bool swap)
 {
 #if defined(LX_LEVEL_v3) || defined(LX_LEVEL_v4)
-    // Five triples and the byte in front of them become five triples and a byte that the next step overwrites.
-    const __m128i plain = _mm_setr_epi8(13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, 0);
+    // Five triples and the byte behind them become a byte, which the next step overwrites, and five triples.
+    const __m128i plain = _mm_setr_epi8(15, 12, 13, 14, 9, 10, 11, 6, 7, 8, 3, 4, 5, 0, 1, 2);
     const __m128i swapped = _mm_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
     const __m128i order = swap ? swapped : plain;
-    for (; n > 5; n -= 5, destination += 15) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + 3 * n - 16));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(destination), _mm_shuffle_epi8(v, order));
+    for (; n > 5; n -= 5, source += 15) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(destination + 3 * n - 16), _mm_shuffle_epi8(v, order));
     }
 #endif
     const size_t first = swap ? 2 : 0;
-    for (; n != 0; --n, destination += 3) {
-        const uint8_t* triple = source + 3 * (n - 1);
-        destination[0] = triple[first];
-        destination[1] = triple[1];
-        destination[2] = triple[2 - first];
+    for (; n != 0; --n, source += 3) {
+        uint8_t* triple = destination + 3 * (n - 1);
+        triple[0] = source[first];
+        triple[1] = source[1];
+        triple[2] = source[2 - first];
     }
-}
-
-uint64_t reverseWord(uint64_t v)
-{
-    v = (v & 0x5555555555555555) << 1 | (v >> 1 & 0x5555555555555555);
-    v = (v & 0x3333333333333333) << 2 | (v >> 2 & 0x3333333333333333);
-    v = (v & 0x0F0F0F0F0F0F0F0F) << 4 | (v >> 4 & 0x0F0F0F0F0F0F0F0F);
-    return __builtin_bswap64(v);
-}
-
-void bits(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t n)
-{
-#if defined(LX_LEVEL_v4)
-    const __m512i antidiagonal = _mm512_set1_epi64(static_cast<int64_t>(0x8040201008040201ULL));
-    const __m512i inLane = _mm512_set4_epi32(0x00010203, 0x04050607, 0x08090A0B, 0x0C0D0E0F);
-    for (; n >= 64; n -= 64, destination += 64) {
-        __m512i v = _mm512_loadu_si512(source + n - 64);
-        v = _mm512_gf2p8affine_epi64_epi8(_mm512_shuffle_epi8(v, inLane), antidiagonal, 0);
-        _mm512_storeu_si512(destination, _mm512_shuffle_i64x2(v, v, 0x1B));
-    }
-#endif
-    for (; n >= 8; n -= 8, destination += 8)
-        storeLittle64(destination, reverseWord(loadLittle64(source + n - 8)));
-    for (; n != 0; --n, ++destination)
-        *destination = static_cast<uint8_t>(reverseWord(source[n - 1]) >> 56);
 }
 
 } // namespace

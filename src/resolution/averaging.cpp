@@ -211,22 +211,20 @@ class RampLine
 template <unsigned Channels>
 void rampLines(const AreaView& area, Span run, uint32_t next, uint32_t width) noexcept
 {
-    const ResampleKernels& kernels = *lx::kernels().resample;
-    for (uint32_t t = 1; t < run.length; ++t) {
-        if (next == run.start)
-            replicateLine(area, width, run.start, run.start + t);
-        else
-            kernels.ramp(area.row(run.start), area.row(next), area.row(run.start + t), size_t{width} * Channels, t,
-                         run.length);
+    if (next == run.start) {
+        replicateLines(area)(run, next, width);
+        return;
     }
+    const ResampleKernels& kernels = *lx::kernels().resample;
+    for (uint32_t t = 1; t < run.length; ++t)
+        kernels.ramp(area.row(run.start), area.row(next), area.row(run.start + t), size_t{width} * Channels, t,
+                     run.length);
 }
 
 template <unsigned Channels, class Line>
 void averageLines(const AreaView& source, const AreaView& destination, ProgressCallback progress)
 {
-    const uint32_t tallest = source.height() > destination.height()
-                                 ? BlockWalker<float>(source.height(), destination.height()).longest()
-                                 : 1;
+    const uint32_t tallest = longestBlock<BlockWalker<float>>(source.height(), destination.height());
     Line line(source, destination, tallest);
     scaleRows(
         source, destination, passShares(source, destination), progress,

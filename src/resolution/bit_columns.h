@@ -75,15 +75,22 @@ class BitColumns
         table_.gathered = false;
         narrow_ = walker.longest() <= BitBlockTable::gatherLimit &&
                   uint64_t{walker.longest()} * lines_ <= BitBlockTable::most;
+        // In locals, so that the walker stays in registers while the table is written.
+        Walker blocks = walker;
+        uint32_t* const starts = table_.starts;
+        uint8_t* const bias = table_.bias;
         uint32_t n = 0;
         Span block = {0, 0};
-        while (n < limit_ && (n == 0 || uint64_t{block.start} - pixel_ + block.length + walker.longest() <= mostBits) &&
-               walker.next(block)) {
-            if (n == 0)
-                pixel_ = block.start;
-            table_.starts[n] = block.start - pixel_;
-            table_.bias[n++] = block.length > table_.length ? BitBlockTable::longBias : uint8_t{0};
+        bool more = blocks.next(block);
+        const uint32_t pixel = block.start;
+        while (more) {
+            starts[n] = block.start - pixel;
+            bias[n++] = block.length > table_.length ? BitBlockTable::longBias : uint8_t{0};
+            more = n < limit_ && uint64_t{starts[n - 1]} + block.length + blocks.longest() <= mostBits &&
+                   blocks.next(block);
         }
+        walker = blocks;
+        pixel_ = pixel;
         table_.count = n;
         table_.lastLength = block.length;
         table_.phase = source_.phase(pixel_);

@@ -31,17 +31,32 @@ inline void fillBits(const AreaView& area, uint32_t j, uint32_t begin, uint32_t 
     fill(last, tail);
 }
 
-// Lines of the first pixels of blocks. `Blocks` walks the columns.
+// Lines of the first pixels of blocks. `Blocks` walks the columns. Enlargements by a whole number need no plan: their
+// pixels are repeated by the byte.
 template <class Blocks>
 class PickedBits
 {
   public:
-    PickedBits(const AreaView& source, uint32_t width) noexcept : columns_(Blocks(source.width(), width), source) {}
+    PickedBits(const AreaView& source, uint32_t width) noexcept
+        : times_(width % source.width() == 0 ? width / source.width() : 0), source_(source),
+          columns_(Blocks(source.width(), width), source)
+    {
+    }
 
-    // Calls put(bits, i, n) with the packed bits of destination pixels i to i + n - 1, from left to right. row(plan) is
-    // the plan's part of a source line.
+    // Calls put(bits, i, n) with the packed bits of destination pixels i to i + n - 1 of source line `line`, from left
+    // to right.
+    template <class Put>
+    void pick(uint32_t line, Put put) noexcept
+    {
+        if (times_ >= 1 && times_ <= 8)
+            repeat(line, put);
+        else
+            pickFrom([line](const BitPicks& plan) { return plan.row(line); }, put);
+    }
+
+    // The same from the rows that row(plan) gives: the plan's part of a source line.
     template <class Row, class Put>
-    void pick(Row row, Put put) noexcept
+    void pickFrom(Row row, Put put) noexcept
     {
         columns_.forEach([&](const BitPicks& plan) {
             kernels_.pick(plan.table(), row(plan), picked_);
@@ -50,9 +65,32 @@ class PickedBits
     }
 
   private:
+    static constexpr uint32_t limit = Roomy<BitPicks>::limit;
+
+    template <class Put>
+    void repeat(uint32_t line, Put put) noexcept
+    {
+        const uint32_t width = source_.width();
+        for (uint32_t i = 0; i < width;) {
+            const uint32_t n = std::min(width - i, limit / 8);
+            bits_.copyBits(source_.at(i, line), source_.phase(i), aligned_, 0, n);
+            const uint8_t* out = aligned_;
+            if (times_ != 1) {
+                kernels_.repeat(aligned_, (size_t{n} + 7) / 8, times_, picked_);
+                out = picked_;
+            }
+            put(out, i * times_, n * times_);
+            i += n;
+        }
+    }
+
     const BitBlockKernels& kernels_ = *kernels().bitBlocks;
+    const BitKernels& bits_ = *kernels().bits;
+    uint32_t times_; // 0: not a whole number
+    AreaView source_;
     PlannedColumns<Blocks, Roomy<BitPicks>> columns_;
-    alignas(64) uint8_t picked_[Roomy<BitPicks>::limit / 8];
+    alignas(64) uint8_t picked_[limit / 8];
+    uint8_t aligned_[limit / 8 / 8] = {};
 };
 
 // The same for a bilevel destination.
@@ -73,22 +111,29 @@ class PickedLine
                               source_.width());
             return source_.width();
         }
-        return makeFrom(j, [line](const BitPicks& plan) { return plan.row(line); });
+        uint32_t reached = 0;
+        picked_.pick(line, putTo(j, reached));
+        return reached;
     }
 
     template <class Row>
     uint32_t makeFrom(uint32_t j, Row row) noexcept
     {
         uint32_t reached = 0;
-        picked_.pick(row, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
-            kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
-            reached += n;
-        });
+        picked_.pickFrom(row, putTo(j, reached));
         return reached;
     }
 
   private:
     const BitKernels& kernels_ = *kernels().bits;
+    auto putTo(uint32_t j, uint32_t& reached) noexcept
+    {
+        return [this, j, &reached](const uint8_t* bits, uint32_t i, uint32_t n) {
+            kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
+            reached += n;
+        };
+    }
+
     PickedBits<Blocks> picked_;
     AreaView source_;
     AreaView destination_;

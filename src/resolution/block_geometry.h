@@ -113,19 +113,18 @@ class PlacedBlockWalker
     {
         if (done())
             return false;
-        uint32_t size = shares_.quotient();
-        if (!taken_ && period_ != 0 && position_ % period_ == offset_) {
-            ++size;
-            taken_ = true;
-        }
-        if (shares_.due()) {
-            if (!taken_)
-                ++size;
-            taken_ = false;
-        }
+        // Without branches, for nobody can foretell where the extra pixel falls.
+        const bool here = !taken_ & (period_ != 0) & (place_ == offset_);
+        taken_ |= here;
+        const bool due = shares_.due();
+        const uint32_t size = shares_.quotient() + here + (due & !taken_);
+        taken_ &= !due;
         block = {position_, std::min(size, source_ - position_)};
         shares_.grow();
         position_ += block.length;
+        place_ += block.length;
+        if (place_ >= period_ && period_ != 0)
+            place_ = place_ - period_ < period_ ? place_ - period_ : place_ % period_;
         --left_;
         return true;
     }
@@ -148,6 +147,7 @@ class PlacedBlockWalker
     uint32_t period_;
     uint32_t offset_ = 0;
     uint32_t position_ = 0;
+    uint32_t place_ = 0; // of the position in its period
     bool taken_ = false; // the extra pixel of this period has been given before it was due
 };
 

@@ -198,7 +198,7 @@ class BlockMeans
             rule.white[kind] = rule.marked[kind] ? largeMean(lines.length, width).ofFlat(255) : uint8_t{255};
         }
         const uint8_t* source = source_.at(first, lines.start);
-        kernels_.sumRows(source, lineStep(lines), lines.length, sums_, columns.components);
+        kernels_.sumRows(source, source_.lineStep(), lines.length, sums_, columns.components);
         if (kernels_.blockMeans(columns, rule, sums_, means, marks_))
             settleMarked(columns, lines, source, means);
     }
@@ -207,8 +207,8 @@ class BlockMeans
     void makeOne(Span columns, Span lines, uint8_t* means) noexcept
     {
         for (unsigned c = 0; c < Channels; ++c)
-            means[c] = meanOf(
-                {source_.at(columns.start, lines.start) + c, lineStep(lines), Channels, lines.length, columns.length});
+            means[c] = meanOf({source_.at(columns.start, lines.start) + c, source_.lineStep(), Channels, lines.length,
+                               columns.length});
     }
 
   private:
@@ -221,11 +221,6 @@ class BlockMeans
         LargeMean& mean = large_[lines % 2][columns % 2];
         mean.setSize(lines, columns);
         return mean;
-    }
-
-    ptrdiff_t lineStep(Span lines) const
-    {
-        return lines.length > 1 ? source_.row(lines.start + 1) - source_.row(lines.start) : 0;
     }
 
     // The next marked component from k on, `count` if there is none.
@@ -243,7 +238,7 @@ class BlockMeans
             const uint32_t start = columns.starts[k / Channels];
             const uint32_t width = columns.starts[k / Channels + 1] - start;
             means[k] = largeMean(lines.length, width)
-                           .ofBlock({source + size_t{start} * Channels + k % Channels, lineStep(lines), Channels,
+                           .ofBlock({source + size_t{start} * Channels + k % Channels, source_.lineStep(), Channels,
                                      lines.length, width});
         }
     }

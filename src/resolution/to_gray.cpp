@@ -204,14 +204,13 @@ void repeatLevels(const MeanGray& gray, const AreaView& source, const AreaView& 
         source, destination, halves, progress,
         [&](uint32_t j, Span lines) {
             uint32_t reached = 0;
-            picked.pick([&](const BitPicks& plan) { return plan.row(lines.start); },
-                        [&](const uint8_t* bits, uint32_t i, uint32_t n) {
-                            uint8_t* levels = destination.at(i, j);
-                            bitKernels.unpackBits(bits, levels, n / 8, gray.black, gray.white);
-                            for (uint32_t k = n & ~7U; k < n; ++k)
-                                levels[k] = (bits[k / 8] >> (7 - k % 8) & 1) != 0 ? gray.white : gray.black;
-                            reached += n;
-                        });
+            picked.pick(lines.start, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
+                uint8_t* levels = destination.at(i, j);
+                bitKernels.unpackBits(bits, levels, n / 8, gray.black, gray.white);
+                for (uint32_t k = n & ~7U; k < n; ++k)
+                    levels[k] = (bits[k / 8] >> (7 - k % 8) & 1) != 0 ? gray.white : gray.black;
+                reached += n;
+            });
             return reached;
         },
         replicateLines(destination));

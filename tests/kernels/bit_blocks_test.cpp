@@ -130,6 +130,21 @@ TEST_P(BitBlockLevels, PickAlike)
     }
 }
 
+TEST_P(BitBlockLevels, Repeat)
+{
+    for (unsigned times = 2; times <= 8; ++times) {
+        for (const size_t bytes : {1, 2, 31, 63, 64, 65, 128, 200}) {
+            GuardedArray<uint8_t> source(bytes);
+            GuardedArray<uint8_t> repeated(bytes * times);
+            random.fill(source.data(), bytes);
+            level.repeat(source.data(), bytes, times, repeated.data());
+            for (size_t i = 0; i < 8 * bytes * times; ++i)
+                ASSERT_EQ(repeated[i / 8] >> (7 - i % 8) & 1, source[i / times / 8] >> (7 - i / times % 8) & 1)
+                    << "bit " << i << " of " << bytes << " bytes, " << times << " times";
+        }
+    }
+}
+
 TEST_P(BitBlockLevels, AndAlike)
 {
     for (int k = 0; k < 500; ++k) {

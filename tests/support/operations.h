@@ -60,6 +60,9 @@ struct Operation {
     // It tells values of colorOrder apart that stand for the same order.
     bool comparesColorOrders = false;
 
+    // It takes full-colour bytes over in their stored order, and expects both areas to have the same one.
+    bool keepsColorOrder = false;
+
     // It reports progress by a rule of its own, or over other lines than those of the areas' overlap.
     bool ownProgress = false;
 
@@ -102,6 +105,15 @@ ColorPalette paletteOf(uint16_t type);
 void addGrayOperations(Operations& operations);
 void addBilevelOperations(Operations& operations);
 void addPaletteColorOperations(Operations& operations);
+void addRotationOperations(Operations& operations);
+void addFullColorOperations(Operations& operations);
+void addBilevelScaling(Operations& operations);
+void addResolutionOperations(Operations& operations);
+void addThumbnailOperations(Operations& operations);
+void addBilevelScaling(Operations& operations);
+void addRotationOperations(Operations& operations);
+void addMedianOperations(Operations& operations);
+void addSlantOperations(Operations& operations);
 void addCorrectOperations(Operations& operations);
 void addComposeOperations(Operations& operations);
 void addRotationOperations(Operations& operations);

@@ -1,0 +1,242 @@
+// The kernels of changes of size: every level against the portable one, and fast forms against the rules.
+
+#include "kernels/kernels.h"
+#include "support/random.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+namespace lxtest
+{
+
+namespace
+{
+
+// Calls `test(portable, kernels)` for every level above the portable one.
+template <class Test>
+void forEachLevel(Test test)
+{
+    const lx::KernelLevels levels = lx::runnableKernels();
+    for (size_t k = 1; k < levels.count; ++k) {
+        SCOPED_TRACE(levels.tables[k]->level);
+        test(*levels.tables[0]->resample, *levels.tables[k]->resample);
+    }
+}
+
+// Bytes whose last one is the last of an exact allocation, for the sanitizer to see accesses behind it.
+std::vector<uint8_t> noise(Random& random, size_t count)
+{
+    std::vector<uint8_t> bytes(count);
+    random.fill(bytes.data(), count);
+    return bytes;
+}
+
+TEST(ResampleKernels, PickGroupsOfEverySpan)
+{
+    forEachLevel([](const auto& portable, const auto& kernels) {
+        Random random(1);
+        for (int round = 0; round < 2000; ++round) {
+            lx::PickGroup group = {};
+            group.base = random.below(5);
+            group.count = static_cast<uint8_t>(random.between(1, 64));
+            const uint32_t step = random.below(6);
+            uint32_t offset = 0;
+            for (unsigned k = 0; k < group.count; ++k) {
+                group.last = group.offsets[k] = static_cast<uint8_t>(offset);
+                offset = std::min(offset + random.below(step + 1), 255U);
+            }
+            const auto source = noise(random, size_t{group.base} + group.last + 1);
+            std::vector<uint8_t> expected(group.count);
+            std::vector<uint8_t> actual(group.count);
+            portable.pick(source.data(), expected.data(), &group, 1);
+            kernels.pick(source.data(), actual.data(), &group, 1);
+            ASSERT_EQ(expected, actual);
+        }
+    });
+}
+
+TEST(ResampleKernels, SumRows)
+{
+    forEachLevel([](const auto& portable, const auto& kernels) {
+        Random random(2);
+        for (size_t columns = 1; columns < 300; ++columns) {
+            const unsigned rows = random.chance(90) ? random.between(1, 9) : 257;
+            const auto source = noise(random, columns * rows);
+            std::vector<uint16_t> expected(columns);
+            std::vector<uint16_t> actual(columns);
+            const auto step = static_cast<ptrdiff_t>(columns);
+            portable.sumRows(source.data() + (rows - 1) * columns, -step, rows, expected.data(), columns);
+            kernels.sumRows(source.data() + (rows - 1) * columns, -step, rows, actual.data(), columns);
+            ASSERT_EQ(expected, actual);
+        }
+    });
+}
+
+// Blocks of random widths, and the sums of their columns.
+struct BlockSample {
+    lx::BlockColumns columns;
+    lx::BlockRule rule;
+    std::vector<uint32_t> starts = {0};
+    std::vector<uint64_t> begins;
+    std::vector<uint64_t> wide;
+    std::vector<uint16_t> sums;
+
+    explicit BlockSample(Random& random)
+    {
+        const unsigned channels = random.chance(50) ? 1 : 3;
+        const uint32_t width = random.between(1, 12);
+        const uint32_t lines = random.chance(80) ? random.between(1, 9) : random.between(10, 257);
+        const uint32_t blocks = random.between(1, 200);
+        begins.resize(blocks * (width + 1) * channels / 64 + 2);
+        wide.resize(begins.size());
+        for (uint32_t b = 0; b < blocks; ++b) {
+            const bool isWide = random.chance(30);
+            for (unsigned c = 0; c < channels; ++c) {
+                const uint32_t at = starts.back() * channels + c;
+                begins[at / 64] |= uint64_t{1} << at % 64;
+                wide[at / 64] |= uint64_t{isWide} << at % 64;
+            }
+            starts.push_back(starts.back() + width + (isWide ? 1 : 0));
+        }
+        const uint32_t components = starts.back() * channels;
+        const bool flat = random.chance(20);
+        for (uint32_t i = 0; i < components + 256; ++i)
+            sums.push_back(
+                static_cast<uint16_t>(random.chance(flat ? 95 : 20) ? 255 * lines : random.below(255 * lines + 1)));
+        columns = {channels, width, blocks, components, starts.data(), begins.data(), wide.data()};
+        rule = {{lines * width, lines * (width + 1)}, {random.chance(50), random.chance(50)}, {255, 254}};
+    }
+};
+
+TEST(ResampleKernels, BlockMeans)
+{
+    forEachLevel([](const auto& portable, const auto& kernels) {
+        Random random(3);
+        for (int round = 0; round < 3000; ++round) {
+            const BlockSample sample(random);
+            const size_t count = sample.columns.blocks * sample.columns.channels;
+            std::vector<uint8_t> expected(count);
+            std::vector<uint8_t> actual(count);
+            std::vector<uint8_t> expectedMarks(count + 64);
+            std::vector<uint8_t> actualMarks(count + 64);
+            const bool any = portable.blockMeans(sample.columns, sample.rule, sample.sums.data(), expected.data(),
+                                                 expectedMarks.data());
+            EXPECT_EQ(any, kernels.blockMeans(sample.columns, sample.rule, sample.sums.data(), actual.data(),
+                                              actualMarks.data()));
+            ASSERT_EQ(expected, actual);
+            if (any) {
+                ASSERT_EQ(std::memcmp(expectedMarks.data(), actualMarks.data(), count), 0);
+            }
+        }
+    });
+}
+
+// All pairs of levels, to be taken in one call.
+struct LevelPairs {
+    std::vector<uint8_t> from = std::vector<uint8_t>(65536);
+    std::vector<uint8_t> to = std::vector<uint8_t>(65536);
+
+    LevelPairs()
+    {
+        for (unsigned k = 0; k < 65536; ++k) {
+            from[k] = static_cast<uint8_t>(k >> 8);
+            to[k] = static_cast<uint8_t>(k);
+        }
+    }
+};
+
+uint8_t rampByDefinition(int from, int to, unsigned t, uint32_t length)
+{
+    const float d = static_cast<float>(to - from) * (1.0F / static_cast<float>(length));
+    return static_cast<uint8_t>(from + static_cast<double>(t) * static_cast<double>(d));
+}
+
+TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
+{
+    const LevelPairs pairs;
+    std::vector<uint8_t> actual(65536);
+    std::vector<uint8_t> each(65536);
+    const lx::KernelLevels levels = lx::runnableKernels();
+    for (uint32_t length = 1; length <= 20; ++length) {
+        for (unsigned t = 0; t < length; ++t) {
+            std::vector<uint8_t> expected(65536);
+            for (unsigned k = 0; k < 65536; ++k)
+                expected[k] = rampByDefinition(pairs.from[k], pairs.to[k], t, length);
+            const std::vector<uint8_t> narrow(65536, static_cast<uint8_t>(t));
+            const std::vector<uint8_t> wide(65536, static_cast<uint8_t>(t | 128));
+            for (size_t k = 0; k < levels.count; ++k) {
+                SCOPED_TRACE(levels.tables[k]->level);
+                const lx::ResampleKernels& kernels = *levels.tables[k]->resample;
+                kernels.ramp(pairs.from.data(), pairs.to.data(), actual.data(), 65536, t, length);
+                ASSERT_EQ(expected, actual) << t << " of " << length;
+                kernels.rampEach(pairs.from.data(), pairs.to.data(), each.data(), 65536, narrow.data(), length);
+                ASSERT_EQ(expected, each) << t << " of " << length;
+                if (length == 1)
+                    continue;
+                kernels.rampEach(pairs.from.data(), pairs.to.data(), each.data(), 65536, wide.data(), length - 1);
+                ASSERT_EQ(expected, each) << t << " of " << length << ", longer";
+            }
+        }
+    }
+}
+
+TEST(ResampleKernels, JoinRows)
+{
+    forEachLevel([](const auto& portable, const auto& kernels) {
+        Random random(4);
+        for (size_t columns = 1; columns < 200; ++columns) {
+            const auto top = noise(random, columns);
+            const auto middle = noise(random, columns);
+            const auto bottom = noise(random, columns);
+            const std::vector<uint32_t> sums(middle.begin(), middle.end());
+            const int weight = static_cast<int>(random.below(32768));
+            std::vector<uint16_t> expected(columns);
+            std::vector<uint16_t> actual(columns);
+            portable.joinTwo(top.data(), bottom.data(), expected.data(), columns, weight);
+            kernels.joinTwo(top.data(), bottom.data(), actual.data(), columns, weight);
+            ASSERT_EQ(expected, actual);
+            kernels.joinRows(top.data(), std::vector<uint32_t>(columns).data(), bottom.data(), actual.data(), columns,
+                             1, weight);
+            ASSERT_EQ(expected, actual) << "box of 1";
+            portable.joinThree(top.data(), middle.data(), bottom.data(), expected.data(), columns, weight);
+            kernels.joinThree(top.data(), middle.data(), bottom.data(), actual.data(), columns, weight);
+            ASSERT_EQ(expected, actual);
+            kernels.joinRows(top.data(), sums.data(), bottom.data(), actual.data(), columns, 2, weight);
+            ASSERT_EQ(expected, actual) << "box of 2";
+        }
+    });
+}
+
+TEST(ResampleKernels, JoinColumns)
+{
+    forEachLevel([](const auto& portable, const auto& kernels) {
+        Random random(5);
+        for (int round = 0; round < 2000; ++round) {
+            const unsigned channels = random.chance(50) ? 1 : 3;
+            const uint32_t box = random.between(1, 3);
+            lx::TapGroup group = {};
+            group.base = random.below(9);
+            group.count = static_cast<uint16_t>(random.between(1, lx::TapGroup::lanes));
+            const uint32_t span = random.between(0, lx::TapGroup::reach - (box + 1) * channels);
+            for (unsigned k = 0; k < group.count; ++k) {
+                group.offsets[k] = static_cast<uint16_t>(span * k / group.count);
+                group.weights[k] = static_cast<int16_t>(random.below(32768));
+            }
+            group.last = group.offsets[group.count - 1];
+            std::vector<uint16_t> source(256);
+            for (uint16_t& level : source)
+                level = static_cast<uint16_t>(64 + random.below(32641));
+            std::vector<uint8_t> expected(group.count);
+            std::vector<uint8_t> actual(group.count);
+            portable.joinColumns(source.data(), expected.data(), &group, 1, channels, box);
+            kernels.joinColumns(source.data(), actual.data(), &group, 1, channels, box);
+            ASSERT_EQ(expected, actual) << "box of " << box;
+        }
+    });
+}
+
+} // namespace
+
+} // namespace lxtest
