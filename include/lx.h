@@ -344,6 +344,57 @@ LX_API int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageAre
                                      ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
+/* Rotation                                                                                                         */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Turn an area by quarter turns, clockwise as seen with line 0 at the top.
+ *
+ *  Pixels move, their values stay; full colour goes by component, so that areas of different `colorOrder` exchange the
+ *  outer bytes of every pixel. Source pixel (j, i) lands on the destination's pixel
+ *
+ *    one turn      (destination width - 1 - i, j)
+ *    two turns     (destination width - 1 - j, destination height - 1 - i)
+ *    three turns   (i, destination height - 1 - j)
+ *
+ *  for the rows i and columns j that fit: min(source height, destination width) by min(source width, destination
+ *  height), or for two turns the plain overlap. The picture is anchored to the destination's far edges: in a larger
+ *  destination, a strip at the left (one turn), at the left and top (two turns) or at the top (three turns) keeps what
+ *  it held.
+ *
+ *  Progress counts source rows; several rows may be reported together. If nothing fits, nothing is reported.
+ *
+ *  @param angle        Quarter turns clockwise: 1, 2 or 3.
+ *  @param source       Any type.
+ *  @param destination  The same type.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for differing types, a type above 6 or another
+ *                      angle. */
+LX_API int8_t lxRotationBySimpleAngle(uint16_t angle, const ImageArea* source, const ImageArea* destination,
+                                      ProgressCallback progress) LX_NOEXCEPT;
+
+/** Turn an area by any angle about its centre, into an area with the same or another centre.
+ *
+ *  Every destination pixel (k, r) takes the value of the source pixel that lies under it, the nearest one by
+ *  truncation, with no mixing of pixels:
+ *
+ *    dx = k - floor(destination width / 2), dy = floor(destination height / 2) - r
+ *    column = trunc(cos * dx - sin * dy) + floor(source width / 2)
+ *    line   = floor(source height / 2) - trunc(sin * dx + cos * dy)
+ *
+ *  Sine and cosine of angle * 0.017453292519444445 are rounded to single precision, the sums are double precision, and
+ *  trunc goes toward zero. A destination pixel with no source pixel under it keeps what it held: fill the background
+ *  first. Full colour moves by component.
+ *
+ *  A page that lxDetectionSlantAngle measures is straightened by turning it by the measured angle.
+ *
+ *  @param angle        Degrees clockwise as seen with line 0 at the top; any value. An angle that is not a finite
+ *                      number writes nothing, which is no error.
+ *  @param source       Any type.
+ *  @param destination  The same type.
+ *  @param progress     May be null; counts destination rows.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for differing types or a type above 6. */
+LX_API int8_t lxRotationBySpecificationAngle(double angle, const ImageArea* source, const ImageArea* destination,
+                                             ProgressCallback progress) LX_NOEXCEPT;
 /* Conversion to palette colours                                                                                    */
 /* ---------------------------------------------------------------------------------------------------------------- */
 
@@ -418,57 +469,6 @@ LX_API int8_t lxImageTypeConvertTo256RGB(const ImageArea* source, const ImageAre
                                          ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
-/* Rotation                                                                                                         */
-/* ---------------------------------------------------------------------------------------------------------------- */
-
-/** Turn an area by quarter turns, clockwise as seen with line 0 at the top.
- *
- *  Pixels move, their values stay; full colour goes by component, so that areas of different `colorOrder` exchange the
- *  outer bytes of every pixel. Source pixel (j, i) lands on the destination's pixel
- *
- *    one turn      (destination width - 1 - i, j)
- *    two turns     (destination width - 1 - j, destination height - 1 - i)
- *    three turns   (i, destination height - 1 - j)
- *
- *  for the rows i and columns j that fit: min(source height, destination width) by min(source width, destination
- *  height), or for two turns the plain overlap. The picture is anchored to the destination's far edges: in a larger
- *  destination, a strip at the left (one turn), at the left and top (two turns) or at the top (three turns) keeps what
- *  it held.
- *
- *  Progress counts source rows; several rows may be reported together. If nothing fits, nothing is reported.
- *
- *  @param angle        Quarter turns clockwise: 1, 2 or 3.
- *  @param source       Any type.
- *  @param destination  The same type.
- *  @param progress     May be null.
- *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for differing types, a type above 6 or another
- *                      angle. */
-LX_API int8_t lxRotationBySimpleAngle(uint16_t angle, const ImageArea* source, const ImageArea* destination,
-                                      ProgressCallback progress) LX_NOEXCEPT;
-
-/** Turn an area by any angle about its centre, into an area with the same or another centre.
- *
- *  Every destination pixel (k, r) takes the value of the source pixel that lies under it, the nearest one by
- *  truncation, with no mixing of pixels:
- *
- *    dx = k - floor(destination width / 2), dy = floor(destination height / 2) - r
- *    column = trunc(cos * dx - sin * dy) + floor(source width / 2)
- *    line   = floor(source height / 2) - trunc(sin * dx + cos * dy)
- *
- *  Sine and cosine of angle * 0.017453292519444445 are rounded to single precision, the sums are double precision, and
- *  trunc goes toward zero. A destination pixel with no source pixel under it keeps what it held: fill the background
- *  first. Full colour moves by component.
- *
- *  A page that lxDetectionSlantAngle measures is straightened by turning it by the measured angle.
- *
- *  @param angle        Degrees clockwise as seen with line 0 at the top; any value. An angle that is not a finite
- *                      number writes nothing, which is no error.
- *  @param source       Any type.
- *  @param destination  The same type.
- *  @param progress     May be null; counts destination rows.
- *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for differing types or a type above 6. */
-LX_API int8_t lxRotationBySpecificationAngle(double angle, const ImageArea* source, const ImageArea* destination,
-                                             ProgressCallback progress) LX_NOEXCEPT;
 /* Conversion to full colour                                                                                        */
 /* ---------------------------------------------------------------------------------------------------------------- */
 
@@ -844,149 +844,6 @@ LX_API int8_t lxMaskingBySpecificationColor(uint16_t tint, const uint8_t* color,
  *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
 LX_API int8_t lxMedianFiltering(uint32_t strength, const ImageArea* source, const ImageArea* destination,
                                 ProgressCallback progress) LX_NOEXCEPT;
-/* Change of size                                                                                                   */
-/* ---------------------------------------------------------------------------------------------------------------- */
-
-/** Any area to another size of the same type.
- *
- *  Blocks and runs of source pixels are shared out as follows. The two axes are independent; S and D are the sizes of
- *  the source and the destination area along one of them.
- *
- *   - S > D: blocks of q = S / D or q + 1 pixels, one for each destination pixel, the last one cut at S. With f the
- *     fraction of S / D, an accumulator in single precision starts at 0; where it has reached 1, the block has q + 1
- *     pixels and the accumulator loses 1; after each block it grows by f.
- *   - S <= D: runs of q = D / S or q + 1 destination pixels, one for each source pixel, by the same accumulator with f
- *     the fraction of D / S, cut at q S + trunc(f S + 0.5).
- *
- *  The blocks or runs may end a little short of the destination: its last pixels then keep their values.
- *
- *  | type, method       | 0    | 1         | 2         | 5         | any other |
- *  |--------------------|------|-----------|-----------|-----------|-----------|
- *  | BW                 | take | majority  | runs      | black     | majority  |
- *  | 256GRAY, 16MRGB    | take | mean      | between   | between   | between   |
- *  | 8RGB               | take | diffusion | diffusion | diffusion | diffusion |
- *  | the other types    | take | take      | take      | take      | take      |
- *
- *  - take: the top-left pixel of the block; runs repeat their pixel. What is skipped is not looked at.
- *  - majority: white where more than 128/255 of the block is white. Draws random numbers: in every 1 / f blocks the
- *    longer one falls at a random place, so that regular patterns do not beat. With both axes enlarged, columns that no
- *    run reaches become white on the lines that runs reach.
- *  - runs: black runs of the columns keep at least one pixel, however strong the reduction. On an axis that does not
- *    shrink, pixels are repeated.
- *  - black: black if any pixel of the block is; fractions and accumulators in double precision. Only where both sizes
- *    shrink.
- *  - mean: of the block, per component. Blocks of up to 4 x 4 pixels have the integer mean, truncated. Larger ones add
- *    up value / (h w) in double precision, line by line, and truncate. On an enlarged axis a run of L pixels ramps from
- *    its value v towards the next one's n: trunc(v + t d) for t = 0 to L - 1, d = (n - v) * (1 / L) in single, the rest
- *    in double precision; the last run is flat. Lines ramp in the same way between the first lines of their runs.
- *  - between: interpolation. Destination pixel (i, j) lies at (i rx, j ry), rx and ry being source size / destination
- *    size in single precision, among four neighbours, those beyond the last column or line being the last. Where the
- *    picture shrinks, each neighbour is the mean of kx by ky pixels around it, k = trunc(r + 0.5) but at most 2047:
- *    k / 2 to the left and top, as many to the right and bottom if k is odd, else one fewer; coordinates are clamped.
- *    The arithmetic is fixed-point: weights in 1 / 32768; down the columns first, rounded to 1 / 128; then along the
- *    line, rounded to nearest, halves upwards. Every destination pixel is reached.
- *  - diffusion: blocks as those of majority; for each colour bit 255 / (h w) times its count, plus half the error left
- *    by the block before on the line, clamped to 0 to 255, sets the bit from 128 on. Bit 3 is then clear. Where only
- *    one size shrinks, blocks are one pixel thick on the other axis and repeated over their run; where none does,
- *    pixels are repeated as they are. Draws random numbers.
- *
- *  Progress: where the height shrinks and for interpolation, by the rule of ProgressCallback with the destination's
- *  lines. Else in two passes: after each source line trunc(n / N * 45 + 0.5), n of the N destination lines in reach
- *  being covered, or, where the width shrinks, the call (n, 2 N) without any test; then after each run
- *  trunc(n / N * 5 + 0.5) + 45. Runs of bilevel areas whose width shrinks report their second pass as
- *  trunc(n / N * 25 + 0.5) + 25.
- *
- *  Random numbers: majority and diffusion call srand(time(NULL)) once per call, and rand() once per destination line if
- *  an axis that shrinks does not divide evenly.
- *
- *  @param method       As in the table.
- *  @param source       Any type.
- *  @param destination  Of the same type, and of the size wanted.
- *  @param progress     May be null.
- *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for types that differ or are above 6, a width or
- *                      height of 0, or method 5 on a bilevel area of which a size does not shrink. */
-LX_API int8_t lxResolutionConvert(uint16_t method, const ImageArea* source, const ImageArea* destination,
-                                  ProgressCallback progress) LX_NOEXCEPT;
-
-/** Bilevel to 256 gray with a change of size: a strongly reduced page keeps the density of its strokes as shades of
- *  gray.
- *
- *  Blocks and runs are those of lxResolutionConvert; destination pixels that they do not reach keep their values.
- *
- *  A block of h x w pixels becomes their mean. Where h and w are below 5, the sum of the levels is divided by h w and
- *  truncated; larger blocks add up the levels, each divided by h w in single precision, column by column in double
- *  precision, and round to nearest. Small blocks truncate and large ones round on purpose. On an enlarged axis blocks
- *  are one pixel thick, and the level of each is repeated over its run.
- *
- *  Selector 3 smooths the result: every level is weighted with its two neighbours along the line by 1 : 6 : 1 and
- *  rounded to nearest, then the same along the column, pixels at the border counting twice. White and black areas stay
- * as they are, and the mean level of the page stays that of the blocks.
- *
- *  Progress: where the height shrinks, by the rule of ProgressCallback with the destination's lines; else
- *  trunc(n / N * 25 + 0.5) after each source line, n of the N destination lines in reach being covered, and then again
- *  from the first run on, 25 higher, as the runs are filled: a full pass ends at 50.
- *
- *  @param selector     3: smoothed; any other value: means of blocks.
- *  @param palette      Entries 0 and 1 are black's and white's colours; each stands for the rounded mean of its
- *                      components.
- *  @param source       IMAGE_TYPE_BW.
- *  @param destination  IMAGE_TYPE_256GRAY, of the size wanted.
- *  @param progress     May be null.
- *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type or a width or height of 0. */
-LX_API int8_t lxResolutionAndImageTypeConvertToGrayscaleFromBW(uint32_t selector, const ColorPalette* palette,
-                                                               const ImageArea* source, const ImageArea* destination,
-                                                               ProgressCallback progress) LX_NOEXCEPT;
-
-/* ---------------------------------------------------------------------------------------------------------------- */
-/* Thumbnails                                                                                                       */
-/* ---------------------------------------------------------------------------------------------------------------- */
-
-/** Describe the buffers that a thumbnail needs. The caller then allocates `bytesPerLine` times `lines` bytes for the
- *  destination and each work area in use, and fills in the `buffer` fields.
- *
- *  W and H being the thumbnail's sizes, "above k" means wider than k W and higher than k H (products modulo 2^32):
- *
- *  | source             | size    | thumbnail         | work area 1             | work area 2              | result |
- *  |--------------------|---------|-------------------|-------------------------|--------------------------|--------|
- *  | BW                 | above 1 | 256GRAY           | 256GRAY, source's size  |                          | 1      |
- *  | 256GRAY or 16MRGB  | above 4 | source's          | source's, 6 W x 6 H     |                          | 1      |
- *  | 8RGB               | above 6 | 16MRGB            | 8RGB, 6 W x 6 H         | 16MRGB, 6 W x 6 H        | 3      |
- *  | 8RGB               | above 1 | 16MRGB            | 16MRGB, source's size   |                          | 1      |
- *  | otherwise          |         | source's          |                         |                          | 0      |
- *
- *  `colorOrder` and `bottomUp` are copied from the source everywhere. Work areas lie at (0, 0); one that is not needed
- *  has the source's `type` and 0 in all sizes. A source type above 6 is not refused: the thumbnail has that type and
- *  0 bytes per line.
- *
- *  @param source       The picture; its buffer is not read.
- *  @param destination  In: `x`, `y`, `width`, `height` of the thumbnail. Out: every other field but `buffer`; lines are
- *                      wide enough for `x` + `width` pixels, and there are `y` + `height` of them.
- *  @param work1        Out: every field but `buffer`.
- *  @param work2        Out: every field but `buffer`.
- *  @return             Not a status: bit 0 is set if work area 1 is to be allocated, bit 1 if work area 2 is. */
-LX_API int8_t lxCalculateThumbnailMemorySize(const ImageArea* source, ImageArea* destination, ImageArea* work1,
-                                             ImageArea* work2) LX_NOEXCEPT;
-
-/** Make a thumbnail in the buffers that lxCalculateThumbnailMemorySize describes.
- *
- *  Bilevel areas above 1 (see there) become gray as by lxResolutionAndImageTypeConvertToGrayscaleFromBW with selector
- *  1; other ones go by majority. Gray and full colour above 6 are sampled to work area 1 and averaged from there, 8
- *  colours above 6 also converted to full colour in work area 2; below that, they are averaged directly, 8 colours
- *  above 1 by way of full colour in work area 1. Smaller 8-colour areas go by diffusion, 16 levels and palette colours
- *  by sampling. Work area 1 of a bilevel area, and that of gray and full colour between 4 and 6, is described but not
- *  used.
- *
- *  Only the last step reports progress. Majority and diffusion draw random numbers.
- *
- *  @param source       Any type.
- *  @param destination  The thumbnail.
- *  @param work1        Work area 1; its buffer is written if it is used.
- *  @param work2        Work area 2, likewise.
- *  @param progress     May be null.
- *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for a source type above 6, or types or sizes that
- *                      a step does not accept; the steps before it have then been done. */
-LX_API int8_t lxCreateThubmnailImage(const ImageArea* source, const ImageArea* destination, const ImageArea* work1,
-                                     const ImageArea* work2, ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
 /* Layout of the records: part of the binary interface                                                              */
