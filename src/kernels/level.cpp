@@ -22,14 +22,13 @@ constexpr Kernels kernelTable = {
     .compose = &composeKernels,
     .correct = &correctKernels,
     .paletteColor = &paletteColorKernels,
+    .resample = &resampleKernels,
     .reverse = &reverseKernels,
     .transpose = &transposeKernels,
     .runs = &runKernels,
-    .resample = &resampleKernels,
-    LX_NAME(LX_LEVEL), &bitKernels,      &bitBlockKernels, &pixelKernels,     &diffusionKernels, &windowKernels,
-    &medianKernels,    &resampleKernels, &reverseKernels,  &transposeKernels, &runKernels,
-    LX_NAME(LX_LEVEL), &bitKernels,     &pixelKernels,   &diffusionKernels,    &windowKernels,
-    &medianKernels,    &composeKernels, &correctKernels, &paletteColorKernels,
+    .compose = &composeKernels,
+    .correct = &correctKernels,
+    .paletteColor = &paletteColorKernels,
 };
 
 } // namespace lx::LX_LEVEL

@@ -17,8 +17,6 @@ constexpr void (*adders[])(Operations&) = {
     addBilevelScaling,
     addResolutionOperations,
     addThumbnailOperations,
-    addBilevelScaling,
-    addRotationOperations,
     addMedianOperations,
     addSlantOperations,
     addCorrectOperations,

@@ -110,8 +110,6 @@ void addFullColorOperations(Operations& operations);
 void addBilevelScaling(Operations& operations);
 void addResolutionOperations(Operations& operations);
 void addThumbnailOperations(Operations& operations);
-void addBilevelScaling(Operations& operations);
-void addRotationOperations(Operations& operations);
 void addMedianOperations(Operations& operations);
 void addSlantOperations(Operations& operations);
 void addCorrectOperations(Operations& operations);
