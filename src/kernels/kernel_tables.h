@@ -21,9 +21,5 @@ extern const RunKernels runKernels;
 extern const ComposeKernels composeKernels;
 extern const CorrectKernels correctKernels;
 extern const PaletteColorKernels paletteColorKernels;
-extern const ReverseKernels reverseKernels;
-extern const TransposeKernels transposeKernels;
-extern const RunKernels runKernels;
-extern const ResampleKernels resampleKernels;
 
 } // namespace lx::LX_LEVEL

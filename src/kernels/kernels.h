@@ -39,10 +39,6 @@ struct Kernels {
     const ComposeKernels* compose;
     const CorrectKernels* correct;
     const PaletteColorKernels* paletteColor;
-    const ReverseKernels* reverse;
-    const TransposeKernels* transpose;
-    const RunKernels* runs;
-    const ResampleKernels* resample;
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.

@@ -21,8 +21,6 @@ constexpr void (*adders[])(Operations&) = {
     addSlantOperations,
     addCorrectOperations,
     addComposeOperations,
-    addRotationOperations,
-    addBilevelScaling,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

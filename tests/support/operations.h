@@ -114,7 +114,5 @@ void addMedianOperations(Operations& operations);
 void addSlantOperations(Operations& operations);
 void addCorrectOperations(Operations& operations);
 void addComposeOperations(Operations& operations);
-void addRotationOperations(Operations& operations);
-void addBilevelScaling(Operations& operations);
 
 } // namespace lxtest
