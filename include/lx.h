@@ -395,6 +395,8 @@ LX_API int8_t lxRotationBySimpleAngle(uint16_t angle, const ImageArea* source, c
  *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for differing types or a type above 6. */
 LX_API int8_t lxRotationBySpecificationAngle(double angle, const ImageArea* source, const ImageArea* destination,
                                              ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Conversion to palette colours                                                                                    */
 /* ---------------------------------------------------------------------------------------------------------------- */
 
@@ -728,6 +730,8 @@ LX_API int8_t lxDetectionSlantAngleForDebug(double* angle, const ImageArea* sour
                                             uint32_t* edgeStartBColumn, uint32_t* edgeStartBRow,
                                             uint32_t* edgeEndAColumn, uint32_t* edgeEndARow, uint32_t* edgeEndBColumn,
                                             uint32_t* edgeEndBRow, ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Tone                                                                                                             */
 /* ---------------------------------------------------------------------------------------------------------------- */
 

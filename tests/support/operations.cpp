@@ -11,6 +11,7 @@ namespace
 constexpr void (*adders[])(Operations&) = {
     addGrayOperations,
     addBilevelOperations,
+    addPaletteColorOperations,
     addRotationOperations,
     addFullColorOperations,
     addBilevelScaling,
