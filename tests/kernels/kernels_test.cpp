@@ -17,6 +17,7 @@ namespace
 const std::vector<KernelCase>* const topics[] = {
     &bitKernelCases,
     &pixelKernelCases,
+    &rotationKernelCases,
     &windowKernelCases,
 };
 
