@@ -18,6 +18,7 @@ const std::vector<KernelCase>* const topics[] = {
     &bitKernelCases,
     &colorKernelCases,
     &pixelKernelCases,
+    &rotationKernelCases,
     &windowKernelCases,
 };
 
