@@ -16,6 +16,7 @@ namespace
 
 const std::vector<KernelCase>* const topics[] = {
     &bitKernelCases,
+    &colorKernelCases,
     &pixelKernelCases,
     &rotationKernelCases,
     &windowKernelCases,

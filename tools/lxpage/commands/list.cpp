@@ -5,6 +5,7 @@ namespace lxpage
 
 void addHalftone(CLI::App& app);
 void addRotate(CLI::App& app);
+void addScale(CLI::App& app);
 void addDemo(CLI::App& app);
 
 std::span<const AddCommand> commands()
@@ -12,6 +13,7 @@ std::span<const AddCommand> commands()
     static constexpr AddCommand list[] = {
         addHalftone,
         addRotate,
+        addScale,
         addDemo,
     };
     return list;
