@@ -108,7 +108,8 @@ int8_t turnByAngle(double angle, const ImageArea& sourceArea, const ImageArea& d
         const size_t lineBytes = ((size_t{source.phase()} + source.width()) * source.bits() + 7) / 8;
         walkLines(height, progress, [&](uint32_t j) {
             runs.walk(j, [&](uint32_t k, const PixelRun* list, size_t count, uint32_t n) {
-                copy({list, count, n, lineBytes, source.phase(), 4 * source.lineStep()}, destination.at(k, j), destination.phase(k));
+                copy({list, count, n, lineBytes, source.phase(), 4 * source.lineStep()}, destination.at(k, j),
+                     destination.phase(k));
             });
         });
     } else {

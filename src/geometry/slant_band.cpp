@@ -163,6 +163,7 @@ void measureRuns(const AreaView& image, uint32_t* rows, uint32_t* columns) noexc
     const PixelWords words(image);
     for (uint32_t j = 0; j < image.height(); ++j)
         rows[j] = longestRun(words, j);
+    std::fill(columns, columns + image.width(), 0U);
     const uint32_t margin = image.width() / 20;
     for (uint32_t w = 0; w < words.count(); ++w) {
         uint64_t wanted = 0;

@@ -49,16 +49,12 @@ class EdgeWalks
 
     Edge find() const
     {
-        Edge edge;
-        edge.start = walk(true, true);
-        if (edge.start.line != side_.from) {
+        Edge edge = {walk(true, true), {}};
+        if (edge.start.line != side_.from)
             edge.end = walk(true, false);
-            if (edge.end.place - band_.firstPlace < sixth())
-                edge.end = walk(false, false);
-        } else {
+        if (edge.start.line == side_.from || edge.end.place - band_.firstPlace < sixth()) {
             // The band falls the other way: the mirror image of the walks above.
-            edge.end = walk(false, false);
-            edge.start = walk(false, true);
+            edge = {walk(false, true), walk(false, false)};
             if (band_.lastPlace - edge.start.place < sixth())
                 edge.start = walk(true, true);
         }

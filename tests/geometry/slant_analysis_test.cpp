@@ -142,14 +142,16 @@ TEST(SlantAnalysis, FindsTheBand)
     // A group that reaches the last line does not count, unless there is no other; then the first counts as well.
     EXPECT_EQ(boundsOfBand(page, {0, 0, 0, 4, 4, 0, 8, 8}), (Bounds{6, 7, 3, 6}));
     EXPECT_EQ(boundsOfBand(page, {0, 9, 0, 4, 4, 0, 0, 0}), (Bounds{3, 4, 1, 4}));
-    EXPECT_EQ(boundsOfBand(page, {0, 9, 0, 0, 0, 0, 0, 0}), (Bounds{1, 1, 1, 6}));
+    EXPECT_EQ(boundsOfBand(page, {0, 20, 0, 0, 0, 0, 0, 0}), (Bounds{1, 1, 1, 6}));
+    // A mean of 1 trims lines of 0, and so all of them.
+    EXPECT_EQ(boundsOfBand(page, {0, 9, 0, 0, 0, 0, 0, 0}), (Bounds{0, 0, 0, 0}));
     EXPECT_EQ(boundsOfBand(page, {0, 0, 0, 0, 0, 0, 0, 0}), (Bounds{0, 0, 0, 0}));
 }
 
 TEST(SlantAnalysis, FindsAVerticalBand)
 {
     const Picture page(IMAGE_TYPE_BW, {"....", "..#.", "..#.", "...."});
-    EXPECT_EQ(boundsOfBand(page, {0, 0, 2, 0}, true), (Bounds{2, 2, 1, 2}));
+    EXPECT_EQ(boundsOfBand(page, {0, 0, 9, 0}, true), (Bounds{2, 2, 1, 2}));
 }
 
 TEST(SlantAnalysis, PassesOverTheEndsOfABandInPieces)
@@ -157,12 +159,12 @@ TEST(SlantAnalysis, PassesOverTheEndsOfABandInPieces)
     // Each group holds at most 30 percent of the dark pixels. From the left the second group begins at 3; from the
     // right it begins at 10, and the bound is one more.
     const Picture three(IMAGE_TYPE_BW, {".............", "#..##..##..#.", "............."});
-    EXPECT_EQ(boundsOfBand(three, {0, 1, 0}), (Bounds{1, 1, 3, 4})) << "2 of 6 are more than 30 percent";
+    EXPECT_EQ(boundsOfBand(three, {0, 9, 0}), (Bounds{1, 1, 3, 4})) << "2 of 6 are more than 30 percent";
     const Picture many(IMAGE_TYPE_BW, {"..............", "##.##.##.##.#.", ".............."});
-    EXPECT_EQ(boundsOfBand(many, {0, 1, 0}), (Bounds{1, 1, 3, 11}));
+    EXPECT_EQ(boundsOfBand(many, {0, 9, 0}), (Bounds{1, 1, 3, 11}));
     // Exactly 30 percent is not more.
     const Picture exact(IMAGE_TYPE_BW, {"...............", "###.##.##.##.#.", "..............."});
-    EXPECT_EQ(boundsOfBand(exact, {0, 1, 0}), (Bounds{1, 1, 4, 12}));
+    EXPECT_EQ(boundsOfBand(exact, {0, 9, 0}), (Bounds{1, 1, 4, 12}));
 }
 
 TEST(SlantAnalysis, ChoosesBetweenTheTwoEdges)
