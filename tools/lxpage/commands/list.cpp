@@ -6,6 +6,7 @@ namespace lxpage
 void addHalftone(CLI::App& app);
 void addRotate(CLI::App& app);
 void addScale(CLI::App& app);
+void addThumbnail(CLI::App& app);
 void addDemo(CLI::App& app);
 
 std::span<const AddCommand> commands()
@@ -14,6 +15,7 @@ std::span<const AddCommand> commands()
         addHalftone,
         addRotate,
         addScale,
+        addThumbnail,
         addDemo,
     };
     return list;
