@@ -5,6 +5,8 @@ namespace lxpage
 
 void addHalftone(CLI::App& app);
 void addRotate(CLI::App& app);
+void addAngle(CLI::App& app);
+void addMedian(CLI::App& app);
 void addDemo(CLI::App& app);
 
 std::span<const AddCommand> commands()
@@ -12,6 +14,8 @@ std::span<const AddCommand> commands()
     static constexpr AddCommand list[] = {
         addHalftone,
         addRotate,
+        addAngle,
+        addMedian,
         addDemo,
     };
     return list;
