@@ -1,4 +1,4 @@
-// Conversions to gray and to bilevel, and the small functions around them.
+// Conversions to gray, to bilevel and to full colour, and the small functions around them.
 #include "families.h"
 
 #include <benchmark/benchmark.h>
@@ -171,6 +171,40 @@ void addToBilevel(Operations& operations)
                    toBilevel(IMAGE_TYPE_16MRGB));
 }
 
+AreaWork toColor(uint16_t type)
+{
+    return [palette = paletteOf(type)](const ImageArea* source, const ImageArea* destination) {
+        return lxImageTypeConvertTo16MRGB(&palette, source, destination, nullptr);
+    };
+}
+
+// Red first to blue first.
+Run exchangeComponents()
+{
+    return [&from = page(IMAGE_TYPE_16MRGB), to = Picture(colorPage)] {
+        ImageArea blueFirst = *to.area();
+        blueFirst.colorOrder = 1;
+        return lxImageTypeConvertTo16MRGB(nullptr, from.area(), &blueFirst, nullptr) == IMAGE_STATUS_OK;
+    };
+}
+
+void addToColor(Operations& operations)
+{
+    for (const auto& [type, name] : everyType) {
+        const bool gray = type == IMAGE_TYPE_256GRAY;
+        operations.add(name + std::string(" to colour"), {type}, colorPage, gray ? Goal{0.085, 0.088} : Goal{},
+                       toColor(type));
+    }
+    operations.add(
+        {"swap of component order", bytesOf(colorPage), bytesOf(colorPage), {0.145, 0.140}, exchangeComponents});
+    for (const int size : {4, 64}) {
+        operations.add("8 colours window to colour, N = " + std::to_string(size), {IMAGE_TYPE_8RGB}, colorPage, {},
+                       [size](const ImageArea* source, const ImageArea* destination) {
+                           return lxImageTypeConvertTo16MRGBFrom8RGB(uint16_t(size), source, destination, nullptr);
+                       });
+    }
+}
+
 // These take no page, so that their time is given per call, and only the palette and the buffer have bytes to move.
 void addSmallFunctions(Operations& operations)
 {
@@ -219,6 +253,7 @@ void addConversions(Operations& operations)
 {
     addToGray(operations);
     addToBilevel(operations);
+    addToColor(operations);
     addSmallFunctions(operations);
 }
 

@@ -395,6 +395,8 @@ LX_API int8_t lxRotationBySimpleAngle(uint16_t angle, const ImageArea* source, c
  *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for differing types or a type above 6. */
 LX_API int8_t lxRotationBySpecificationAngle(double angle, const ImageArea* source, const ImageArea* destination,
                                              ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Conversion to palette colours                                                                                    */
 /* ---------------------------------------------------------------------------------------------------------------- */
 
@@ -428,8 +430,8 @@ LX_API int8_t lxImageTypeConvertTo8RGBDitherHalftone(uint16_t* phaseX, uint16_t*
 /** Full colour to 8 colours by error diffusion, each component for itself by the rule of
  *  lxImageTypeConvertToBWEDHalftone.
  *
- *  An entry of the ErrorBuffer is three doubles, in the order of the source pixel's bytes. Kernels taken in turn are the
- *  same for all three components; random ones take three rand() per pixel, in the order of its bytes.
+ *  An entry of the ErrorBuffer is three doubles, in the order of the source pixel's bytes. Kernels taken in turn are
+ * the same for all three components; random ones take three rand() per pixel, in the order of its bytes.
  *
  *  The generator is reseeded, srand(time(NULL)), by every call; concurrent calls disturb each other's sequence.
  *
@@ -728,6 +730,8 @@ LX_API int8_t lxDetectionSlantAngleForDebug(double* angle, const ImageArea* sour
                                             uint32_t* edgeStartBColumn, uint32_t* edgeStartBRow,
                                             uint32_t* edgeEndAColumn, uint32_t* edgeEndARow, uint32_t* edgeEndBColumn,
                                             uint32_t* edgeEndBRow, ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
 /* Tone                                                                                                             */
 /* ---------------------------------------------------------------------------------------------------------------- */
 
@@ -795,9 +799,9 @@ LX_API int8_t lxCreateColorCorrectionMatrix(const CorrectionLevel* hue, const Co
 
 /** Apply a matrix to full-colour pixels in place.
  *
- *  The entries are rounded to single precision. Each component becomes (m0 R + m1 G) + m2 B, summed in double precision,
- *  rounded to single precision and truncated: 255 from 255 on, 0 from 0 down and if it is not a number. It truncates
- *  where tone tables round: on purpose.
+ *  The entries are rounded to single precision. Each component becomes (m0 R + m1 G) + m2 B, summed in double
+ * precision, rounded to single precision and truncated: 255 from 255 on, 0 from 0 down and if it is not a number. It
+ * truncates where tone tables round: on purpose.
  *
  *  @param matrix    The matrix; any values.
  *  @param area      IMAGE_TYPE_16MRGB.
@@ -826,6 +830,35 @@ LX_API int8_t lxColorCorrection(const ColorCorrectionMatrix* matrix, const Image
  *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
 LX_API int8_t lxMTFCorrection(const MTFParameters* parameters, const ImageArea* source, const ImageArea* destination,
                               ProgressCallback progress) LX_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------------- */
+/* Noise                                                                                                            */
+/* ---------------------------------------------------------------------------------------------------------------- */
+
+/** Noise removal by a 3 x 3 rank filter. Edge pixels stand for the neighbours that the work rectangle does not have.
+ *
+ *  Gray levels, and each component of full colour, become the sixth smallest of the nine: one rank above the median,
+ *  a deliberate lean towards white. Bilevel pixels, and each of the three colour bits of 8 colours, become the
+ *  majority: set if five or more of the nine are set. The fourth bit of an 8-colour pixel is copied.
+ *
+ *  In place: source and destination may be the same pixels. While a line is filtered, the lines above it already hold
+ *  their new values; the whole line itself and the lines below it are still as they were. Each further pass filters
+ *  what the one before has left. With two distinct areas, further passes give what the first one gave.
+ *
+ *  Areas of different `colorOrder` are mapped component to component.
+ *
+ *  Progress has a rule of its own: a single-precision total grows by 100 / (passes * H) after every line of every pass,
+ *  and (trunc(total + 0.5), 50) is reported when its first value has changed. It climbs to 100, out of 50: on purpose.
+ *
+ *  @param strength     Only the low byte counts. 0 and 3: one pass; 1: three passes; 2: two passes; s from 4 on: one
+ *                      pass, in which only the pixels with i + 1 and j + 1 both multiples of s - 2 are filtered, and
+ *                      all others are copied.
+ *  @param source       IMAGE_TYPE_BW, IMAGE_TYPE_256GRAY, IMAGE_TYPE_8RGB or IMAGE_TYPE_16MRGB.
+ *  @param destination  The same type.
+ *  @param progress     May be null.
+ *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
+LX_API int8_t lxMedianFiltering(uint32_t strength, const ImageArea* source, const ImageArea* destination,
+                                ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
 /* Compositing and masking                                                                                          */
@@ -860,8 +893,8 @@ LX_API int8_t lxMTFCorrection(const MTFParameters* parameters, const ImageArea* 
  *  @param progress     May be null.
  *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another destination type. */
 LX_API int8_t lxSynthesizeToSpecificationArea(uint16_t useKey, const ImageArea* source, const ColorPalette* palette,
-                                              const uint8_t* keyColor, uint32_t tolerance,
-                                              const ImageArea* destination, ProgressCallback progress) LX_NOEXCEPT;
+                                              const uint8_t* keyColor, uint32_t tolerance, const ImageArea* destination,
+                                              ProgressCallback progress) LX_NOEXCEPT;
 
 /** Cover an area with a colour in place: paint it, or tint it so that what is darker than the colour stays.
  *
@@ -878,35 +911,6 @@ LX_API int8_t lxSynthesizeToSpecificationArea(uint16_t useKey, const ImageArea* 
  *  @return          IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
 LX_API int8_t lxMaskingBySpecificationColor(uint16_t tint, const uint8_t* color, const ImageArea* area,
                                             ProgressCallback progress) LX_NOEXCEPT;
-
-/* ---------------------------------------------------------------------------------------------------------------- */
-/* Correction                                                                                                       */
-/* ---------------------------------------------------------------------------------------------------------------- */
-
-/** Noise removal by a 3 x 3 rank filter. Edge pixels stand for the neighbours that the work rectangle does not have.
- *
- *  Gray levels, and each component of full colour, become the sixth smallest of the nine: one rank above the median,
- *  a deliberate lean towards white. Bilevel pixels, and each of the three colour bits of 8 colours, become the
- *  majority: set if five or more of the nine are set. The fourth bit of an 8-colour pixel is copied.
- *
- *  In place: source and destination may be the same pixels. While a line is filtered, the lines above it already hold
- *  their new values; the whole line itself and the lines below it are still as they were. Each further pass filters
- *  what the one before has left. With two distinct areas, further passes give what the first one gave.
- *
- *  Areas of different `colorOrder` are mapped component to component.
- *
- *  Progress has a rule of its own: a single-precision total grows by 100 / (passes * H) after every line of every pass,
- *  and (trunc(total + 0.5), 50) is reported when its first value has changed. It climbs to 100, out of 50: on purpose.
- *
- *  @param strength     Only the low byte counts. 0 and 3: one pass; 1: three passes; 2: two passes; s from 4 on: one
- *                      pass, in which only the pixels with i + 1 and j + 1 both multiples of s - 2 are filtered, and
- *                      all others are copied.
- *  @param source       IMAGE_TYPE_BW, IMAGE_TYPE_256GRAY, IMAGE_TYPE_8RGB or IMAGE_TYPE_16MRGB.
- *  @param destination  The same type.
- *  @param progress     May be null.
- *  @return             IMAGE_STATUS_OK, or IMAGE_STATUS_BAD_ARGUMENT for another type. */
-LX_API int8_t lxMedianFiltering(uint32_t strength, const ImageArea* source, const ImageArea* destination,
-                                ProgressCallback progress) LX_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------------- */
 /* Layout of the records: part of the binary interface                                                              */

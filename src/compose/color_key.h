@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "convert/color_rules.h"
+#include "compose/color_rules.h"
 #include "frame/area_view.h"
 #include "kernels/kernels.h"
 

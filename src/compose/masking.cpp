@@ -3,8 +3,8 @@
 // Packed areas are changed as they lie, by a pattern of eight bits or two nibbles that repeats along the line. Bytes
 // and triples are combined with a row of the colour.
 
+#include "compose/color_rules.h"
 #include "compose/fixed_dither.h"
-#include "convert/color_rules.h"
 #include "frame/line_walk.h"
 
 namespace lx

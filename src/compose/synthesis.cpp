@@ -7,9 +7,10 @@
 // worker.
 
 #include "compose/color_key.h"
+#include "compose/color_rules.h"
 #include "compose/fixed_dither.h"
-#include "convert/color_rules.h"
 #include "convert/ordered_dither.h"
+#include "frame/gray_of_entry.h"
 #include "frame/line_walk.h"
 
 namespace lx
@@ -132,7 +133,7 @@ class To256Gray
     enum class Rule { thirds, weights };
 
     To256Gray(const Source& source, Rule rule) noexcept
-        : fullColor_(source.fullColor()), levels_(source, rule == Rule::thirds ? grayByThirds : grayByWeights),
+        : fullColor_(source.fullColor()), levels_(source, rule == Rule::thirds ? grayOfEntry : grayByWeights),
           gray_(rule == Rule::thirds ? kernels_.compose->grayByThirds : kernels_.compose->grayByWeights)
     {
     }

@@ -1,6 +1,5 @@
 // Conversion to gray: each operation is a point operation on canonical rows, or the shading of window counts.
 
-#include "convert/color_rules.h"
 #include "convert/window_count.h"
 #include "frame/gray_of_entry.h"
 #include "frame/line_walk.h"
@@ -19,7 +18,7 @@ struct GrayTable {
     {
         const unsigned count = std::min<unsigned>(palette.count, 256);
         for (unsigned k = 0; k < count; ++k)
-            gray[k] = grayByThirds(palette.entries[k]);
+            gray[k] = grayOfEntry(palette.entries[k]);
     }
 };
 

@@ -6,7 +6,8 @@
 // turned picture, the column of such bytes is formed on its own and merged in. A half turn reverses row after row.
 //
 // Pixels are anchored to the destination's far edges, so what stays untouched in a larger destination lies at its left
-// and top; this is deliberate. Rows are reported when their strip is finished.
+// and top; this is deliberate. Strips go through the destination from left to right; a clockwise turn therefore starts
+// with the source's last rows. Progress counts finished rows, whichever they are.
 
 #include "frame/line_walk.h"
 
@@ -43,10 +44,9 @@ class QuarterTurn
         uint32_t reported = 0;
         for (uint64_t done = 0; done < cells_;) {
             const uint64_t cells = stripCells(cells_ - done);
-            const uint64_t first = clockwise_ ? cells_ - done - cells : done;
-            turnStrip(first, cells);
+            turnStrip(done, cells);
             done += cells;
-            for (uint64_t rows = pixelOf(first + cells) - pixelOf(first); rows != 0; --rows)
+            while (reported < pixelOf(done))
                 progress.lineDone(reported++, rows_);
         }
     }

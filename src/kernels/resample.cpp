@@ -64,10 +64,11 @@ void pickWide(const uint8_t* source, uint8_t* destination, const PickGroup& grou
 
 #endif
 
-void pick(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, const PickGroup* groups, size_t count)
+void pick(const uint8_t* LX_RESTRICT source, uint32_t first, uint8_t* LX_RESTRICT destination, const PickGroup* groups,
+          size_t count)
 {
     for (const PickGroup* group = groups; group != groups + count; ++group) {
-        const uint8_t* LX_RESTRICT from = source + group->base;
+        const uint8_t* LX_RESTRICT from = source + (group->base - first);
 #if defined(LX_LEVEL_v4)
         // A few bytes far apart are better fetched one by one.
         if (group->count >= 8) {
@@ -309,6 +310,81 @@ void rampEach(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, ui
     }
 }
 
+#if defined(LX_LEVEL_v4)
+
+// Even pixels of two registers' worth from one register and odd ones from another, 1 or 3 components each: byte b of
+// the result is component b % channels of pixel b / channels.
+struct Alternation {
+    alignas(64) uint8_t from[128] = {};
+
+    constexpr explicit Alternation(unsigned channels)
+    {
+        for (unsigned b = 0; b < 128; ++b) {
+            const unsigned pixel = b / channels;
+            from[b] = static_cast<uint8_t>((pixel / 2 * channels + b % channels) | (pixel % 2 != 0 ? 64U : 0U));
+        }
+    }
+};
+constexpr Alternation singles(1);
+constexpr Alternation triples(3);
+
+// The sums of four bytes of each column, rounded, as words of one half of every 128 bits.
+__m512i quarter(__m512i pairs, __m512i nextPairs, __m512i rounding)
+{
+    const __m512i ones = _mm512_set1_epi8(1);
+    const __m512i sum = _mm512_add_epi16(_mm512_maddubs_epi16(pairs, ones), _mm512_maddubs_epi16(nextPairs, ones));
+    return _mm512_srli_epi16(_mm512_add_epi16(sum, rounding), 2);
+}
+
+// Whole registers whose pixels all have a next one; returns the components done.
+size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, uint8_t* LX_RESTRICT destination,
+                 size_t components, unsigned channels, unsigned rounding)
+{
+    const uint8_t* order = channels == 1 ? singles.from : triples.from;
+    const __m512i firstHalf = _mm512_load_si512(order);
+    const __m512i secondHalf = _mm512_load_si512(order + 64);
+    const __m512i roundings = _mm512_set1_epi16(static_cast<short>(rounding));
+    const __m512i excess = _mm512_set1_epi8(rounding == 0 ? 1 : 0);
+    const size_t step = channels == 1 ? 64 : 63;
+    size_t i = 0;
+    for (; i + 64 + channels <= components; i += step) {
+        const __m512i t = _mm512_loadu_si512(top + i);
+        const __m512i b = _mm512_loadu_si512(bottom + i);
+        const __m512i nextT = _mm512_loadu_si512(top + i + channels);
+        const __m512i nextB = _mm512_loadu_si512(bottom + i + channels);
+        const __m512i halfUp = _mm512_and_si512(_mm512_xor_si512(t, b), excess);
+        const __m512i even = _mm512_sub_epi8(_mm512_avg_epu8(t, b), halfUp);
+        const __m512i odd =
+            _mm512_packus_epi16(quarter(_mm512_unpacklo_epi8(t, b), _mm512_unpacklo_epi8(nextT, nextB), roundings),
+                                quarter(_mm512_unpackhi_epi8(t, b), _mm512_unpackhi_epi8(nextT, nextB), roundings));
+        // Three channels leave two bytes too many, which the next pixels overwrite.
+        _mm512_storeu_si512(destination + 2 * i, _mm512_permutex2var_epi8(even, firstHalf, odd));
+        _mm512_storeu_si512(destination + 2 * i + 64, _mm512_permutex2var_epi8(even, secondHalf, odd));
+    }
+    return i;
+}
+
+#endif
+
+void twice(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, uint8_t* LX_RESTRICT destination,
+           size_t components, unsigned channels, unsigned rounding)
+{
+#if defined(LX_LEVEL_v4)
+    const size_t done = twiceWide(top, bottom, destination, components, channels, rounding);
+#else
+    const size_t done = 0;
+#endif
+    for (size_t i = done; i < components; i += channels) {
+        const size_t next = i + channels < components ? i + channels : i;
+        for (unsigned c = 0; c < channels; ++c) {
+            const unsigned sum = top[i + c] + bottom[i + c] + 0U;
+            const unsigned nextSum = top[next + c] + bottom[next + c] + 0U;
+            destination[2 * i + c] = static_cast<uint8_t>((sum + rounding / 2) >> 1);
+            destination[2 * i + channels + c] = static_cast<uint8_t>((sum + nextSum + rounding) >> 2);
+        }
+    }
+}
+
 void addRow(const uint8_t* LX_RESTRICT source, uint32_t* LX_RESTRICT sums, size_t components)
 {
     for (size_t i = 0; i < components; ++i)
@@ -467,7 +543,7 @@ void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destin
 } // namespace
 
 constexpr ResampleKernels resampleKernels = {
-    pick, sumRows, blockMeans, ramp, rampEach, addRow, joinRows, joinTwo, joinThree, joinColumns,
+    pick, sumRows, blockMeans, ramp, rampEach, twice, addRow, joinRows, joinTwo, joinThree, joinColumns,
 };
 
 } // namespace lx::LX_LEVEL

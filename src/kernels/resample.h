@@ -55,8 +55,8 @@ struct TapGroup {
 };
 
 struct ResampleKernels {
-    // Groups one after the other: destination[k] = source[base + offsets[k]].
-    void (*pick)(const uint8_t* source, uint8_t* destination, const PickGroup* groups, size_t count);
+    // Groups one after the other: destination[k] = source[base - first + offsets[k]].
+    void (*pick)(const uint8_t* source, uint32_t first, uint8_t* destination, const PickGroup* groups, size_t count);
 
     // sums[i] = source[i] + source[step + i] + ..., `rows` terms, at most 257.
     void (*sumRows)(const uint8_t* source, ptrdiff_t step, unsigned rows, uint16_t* sums, size_t components);
@@ -75,6 +75,12 @@ struct ResampleKernels {
     // The same with t = times[i] & 127, and the length one more where the top bit of times[i] is set.
     void (*rampEach)(const uint8_t* from, const uint8_t* to, uint8_t* destination, size_t components,
                      const uint8_t* times, uint32_t length);
+
+    // Twice as many pixels: pixel 2 i = (t + b + rounding / 2) >> 1 of the rows' pixel i, and
+    // pixel 2 i + 1 = (t + b + t' + b' + rounding) >> 2 with the next pixel's t' and b', or the last one's own.
+    // `rounding` is 0 or 2.
+    void (*twice)(const uint8_t* top, const uint8_t* bottom, uint8_t* destination, size_t components, unsigned channels,
+                  unsigned rounding);
 
     // sums[i] += source[i].
     void (*addRow)(const uint8_t* source, uint32_t* sums, size_t components);

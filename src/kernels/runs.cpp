@@ -85,14 +85,16 @@ void fetchEarly(const uint8_t* source, ptrdiff_t ahead)
         reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(source) + static_cast<uintptr_t>(ahead)));
 }
 
-void copyPacked(const RunRow& row, unsigned bits, uint8_t* destination, unsigned phase)
+template <unsigned Bits>
+void copyPackedRuns(const RunRow& row, uint8_t* destination, unsigned phase)
 {
     constexpr size_t most = 56; // bits that a word holds wherever in a byte they start
-    BitStream stream(destination, phase * bits, row.pixels * bits);
+    BitStream stream(destination, phase * Bits, row.pixels * Bits);
     for (size_t k = 0; k < row.count; ++k) {
         const PixelRun& run = row.runs[k];
-        size_t place = (size_t{row.phase} + run.column) * bits;
-        for (size_t left = size_t{run.count} * bits; left != 0;) {
+        size_t place = (size_t{row.phase} + run.column) * Bits;
+        size_t left = size_t{run.count} * Bits;
+        do {
             const size_t n = left < most ? left : most;
             const size_t byte = place / 8;
             fetchEarly(run.line + byte, row.ahead);
@@ -101,9 +103,17 @@ void copyPacked(const RunRow& row, unsigned bits, uint8_t* destination, unsigned
             stream.put(word << place % 8, static_cast<unsigned>(n));
             place += n;
             left -= n;
-        }
+        } while (left != 0);
     }
     stream.finish();
+}
+
+void copyPacked(const RunRow& row, unsigned bits, uint8_t* destination, unsigned phase)
+{
+    if (bits == 1)
+        copyPackedRuns<1>(row, destination, phase);
+    else
+        copyPackedRuns<4>(row, destination, phase);
 }
 
 template <size_t Size>

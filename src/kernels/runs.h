@@ -12,7 +12,7 @@ namespace lx
 struct PixelRun {
     const uint8_t* line; // the byte of the area's first pixel in this line
     uint32_t column;     // first pixel, counted from the area's left edge
-    uint32_t count;
+    uint32_t count;      // at least 1
 };
 
 // Runs that follow one another in the destination.

@@ -198,6 +198,15 @@ void transposeQuads(const uint8_t* LX_RESTRICT source, ptrdiff_t sourceStep, uin
         Wide::storeTriples(destination + c * destinationStep, Wide::shuffle(columns[c], pack));
 }
 
+// Each row is a stream of its own, more than the processor follows by itself. Asks for the line of `byte` in some rows.
+void fetchEarly(const TransposeBlock& b, ptrdiff_t row, ptrdiff_t rows, ptrdiff_t byte)
+{
+    for (ptrdiff_t r = row; r < row + rows; ++r) {
+        if (byte < 3 * b.columns)
+            __builtin_prefetch(b.source + r * b.sourceStep + byte);
+    }
+}
+
 // 16 bytes are read for four triples: those that follow, or at the right edge those that precede.
 bool transposeInQuads(const TransposeBlock& b, bool swap)
 {
@@ -211,6 +220,8 @@ bool transposeInQuads(const TransposeBlock& b, bool swap)
     const __m128i pack = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
     walkTiles(b, rows, quad, [&](ptrdiff_t r, ptrdiff_t c) {
         const bool last = 3 * c + 16 > 3 * b.columns;
+        if (c % (4 * quad) == 0)
+            fetchEarly(b, r, rows, 3 * (c + 12 * quad));
         transposeQuads(b.source + r * b.sourceStep + 3 * c - (last ? 4 : 0), b.sourceStep,
                        b.destination + c * b.destinationStep + 3 * r, b.destinationStep, last ? expandLast : expand,
                        pack);

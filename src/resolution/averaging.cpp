@@ -102,7 +102,7 @@ constexpr uint32_t longestPlannedRun = 64;
 // A Plan of ramps: which pixel each run starts from, and how far along the run its components are.
 template <unsigned Channels>
 struct RampPlan {
-    using Picks = PickedColumns<Channels, false>;
+    using Picks = PickedColumns<Channels>;
 
     Picks picks;
     uint8_t times[Picks::groupLimit * PickGroup::lanes]; // the top bit marks the longer runs
@@ -132,14 +132,17 @@ class RampLine
 {
   public:
     RampLine(const AreaView& source, const AreaView& destination, uint32_t tallest) noexcept
-        : kernels_(*kernels().resample), destination_(destination), sourceWidth_(source.width()),
+        : kernels_(*kernels().resample), source_(source), destination_(destination),
           runs_(source.width(), destination.width()), plans_(runs_), means_(source, tallest)
     {
     }
 
     uint32_t make(uint32_t j, Span lines) noexcept
     {
-        if (runs_.longest() > longestPlannedRun)
+        const uint8_t* source = source_.row(lines.start);
+        if (runs_.shortest() == 2 && runs_.longest() == 2 && lines.length == 1)
+            kernels_.twice(source, source, destination_.row(j), size_t{source_.width()} * Channels, Channels, 0);
+        else if (runs_.longest() > longestPlannedRun)
             makeRunByRun(j, lines);
         else
             plans_.forEach([&](const RampPlan<Channels>& plan) { makePlanned(plan, j, lines); });
@@ -161,8 +164,8 @@ class RampLine
             const uint32_t base = groups[0].base;
             const uint32_t components = (count - 1) * groups[0].count + last.count;
             fetch(plan.picks.sourceFirst + base / Channels, (last.base + last.last - base) / Channels + 1, lines);
-            kernels_.pick(pixels_ - base, from_, groups, count);
-            kernels_.pick(pixels_ + Channels - base, to_, groups, count);
+            kernels_.pick(pixels_, base, from_, groups, count);
+            kernels_.pick(pixels_ + Channels, base, to_, groups, count);
             kernels_.rampEach(from_, to_, out, components, times, runs_.shortest());
             out += components;
             times += components;
@@ -172,7 +175,7 @@ class RampLine
     // Brings `count` pixels and the one behind them, which the last pixel of a line stands in for.
     void fetch(uint32_t first, uint32_t count, Span lines) noexcept
     {
-        const uint32_t there = std::min(count + 1, sourceWidth_ - first);
+        const uint32_t there = std::min(count + 1, source_.width() - first);
         means_.make(first, there, lines, pixels_);
         if (there == count)
             std::memcpy(pixels_ + size_t{count} * Channels, pixels_ + size_t{count - 1} * Channels, Channels);
@@ -196,8 +199,8 @@ class RampLine
     }
 
     const ResampleKernels& kernels_;
+    const AreaView source_;
     const AreaView destination_;
-    const uint32_t sourceWidth_;
     const RunWalker runs_;
     const uint32_t reached_ = pixelsReached(runs_);
     PlannedColumns<RunWalker, RampPlan<Channels>> plans_;
@@ -212,7 +215,7 @@ template <unsigned Channels>
 void rampLines(const AreaView& area, Span run, uint32_t next, uint32_t width) noexcept
 {
     if (next == run.start) {
-        replicateLines(area)(run, next, width);
+        replicateLines(area)(run, width);
         return;
     }
     const ResampleKernels& kernels = *lx::kernels().resample;

@@ -75,26 +75,37 @@ class BitColumns
         table_.gathered = false;
         narrow_ = walker.longest() <= BitBlockTable::gatherLimit &&
                   uint64_t{walker.longest()} * lines_ <= BitBlockTable::most;
-        // In locals, so that the walker stays in registers while the table is written.
+        Span last = {0, 0};
+        table_.count = list(walker, last);
+        pixel_ = last.start - (table_.count != 0 ? table_.starts[table_.count - 1] : 0);
+        table_.lastLength = last.length;
+        table_.phase = source_.phase(pixel_);
+        table_.bytes = static_cast<uint32_t>((table_.phase + uint64_t{last.start} - pixel_ + last.length + 7) / 8);
+        return table_.count;
+    }
+
+    // Lists blocks while there is room. All that the loop needs is in locals of a function of its own, so that the
+    // walker stays in registers: plans that are made anew for every line are made of little else.
+    template <class Walker>
+    [[gnu::noinline]] uint32_t list(Walker& walker, Span& last) const noexcept
+    {
         Walker blocks = walker;
         uint32_t* const starts = table_.starts;
         uint8_t* const bias = table_.bias;
+        const uint32_t length = table_.length;
+        const uint32_t limit = limit_;
+        const uint32_t room = mostBits - std::min(mostBits, blocks.longest());
         uint32_t n = 0;
-        Span block = {0, 0};
+        Span block = last;
         bool more = blocks.next(block);
         const uint32_t pixel = block.start;
         while (more) {
             starts[n] = block.start - pixel;
-            bias[n++] = block.length > table_.length ? BitBlockTable::longBias : uint8_t{0};
-            more = n < limit_ && uint64_t{starts[n - 1]} + block.length + blocks.longest() <= mostBits &&
-                   blocks.next(block);
+            bias[n++] = block.length > length ? BitBlockTable::longBias : uint8_t{0};
+            more = n < limit && block.start + uint64_t{block.length} - pixel <= room && blocks.next(block);
         }
         walker = blocks;
-        pixel_ = pixel;
-        table_.count = n;
-        table_.lastLength = block.length;
-        table_.phase = source_.phase(pixel_);
-        table_.bytes = static_cast<uint32_t>((table_.phase + uint64_t{block.start} - pixel_ + block.length + 7) / 8);
+        last = block;
         return n;
     }
 

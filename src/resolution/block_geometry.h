@@ -113,12 +113,16 @@ class PlacedBlockWalker
     {
         if (done())
             return false;
-        // Without branches, for nobody can foretell where the extra pixel falls.
-        const bool here = !taken_ & (period_ != 0) & (place_ == offset_);
-        taken_ |= here;
-        const bool due = shares_.due();
-        const uint32_t size = shares_.quotient() + here + (due & !taken_);
-        taken_ &= !due;
+        uint32_t size = shares_.quotient();
+        if (!taken_ && period_ != 0 && place_ == offset_) {
+            ++size;
+            taken_ = true;
+        }
+        if (shares_.due()) {
+            if (!taken_)
+                ++size;
+            taken_ = false;
+        }
         block = {position_, std::min(size, source_ - position_)};
         shares_.grow();
         position_ += block.length;

@@ -44,13 +44,15 @@ class ErrorCarry
     // The index that a block of `pixels` pixels becomes; bit 3 is clear.
     unsigned take(const BitCounts& counts, double pixels)
     {
+        const double weight = 255.0 / pixels;
         unsigned index = 0;
         for (unsigned c = 0; c < colorBits; ++c) {
-            const double share = 255.0 / pixels * static_cast<double>(counts.of[c]);
-            const double v = std::clamp(share + 0.5 * errors_[c], 0.0, 255.0);
-            const bool on = v >= 128.0;
-            errors_[c] = on ? v - 255.0 : v;
-            index |= (on ? 1U : 0U) << c;
+            double v = weight * static_cast<double>(counts.of[c]) + 0.5 * errors_[c];
+            v = v < 0.0 ? 0.0 : v;
+            v = v > 255.0 ? 255.0 : v;
+            const unsigned on = v >= 128.0 ? 1 : 0;
+            errors_[c] = v - 255.0 * on; // no branch: the outcome is anyone's guess
+            index |= on << c;
         }
         return index;
     }
@@ -148,34 +150,42 @@ class DiffusedLine
     template <class Columns>
     void count(Span lines, Columns columns) noexcept
     {
-        std::memset(counts_, 0, sizeof counts_);
+        std::memset(counts_, 0, spans_.count * sizeof counts_[0]);
         const uint32_t begin = columns(0).start;
         const Span last = columns(spans_.count - 1);
+        uint32_t k = 0;
+        walkChunks(last.start + last.length - begin, chunkPixels, [&](uint32_t i, uint32_t n) {
+            // Each entry holds the bits of few enough lines; taller blocks come in parts.
+            for (uint32_t line = 0; line < lines.length; line += mostLines)
+                addPart({lines.start + line, std::min(mostLines, lines.length - line)}, begin + i, n, k, columns);
+            while (k < spans_.count && columns(k).start + columns(k).length <= begin + i + n)
+                ++k;
+        });
+    }
+
+    // Adds the pixels `first` to `first` + n - 1 of some lines to their blocks, from block k on.
+    template <class Columns>
+    void addPart(Span lines, uint32_t first, uint32_t n, uint32_t k, Columns columns) noexcept
+    {
+        std::memset(sums_, 0, n * sizeof sums_[0]);
         for (uint32_t line = lines.start; line < lines.start + lines.length; ++line) {
-            uint32_t k = 0;
-            walkChunks(last.start + last.length - begin, chunkPixels, [&](uint32_t i, uint32_t n) {
-                const uint8_t* row = reader_.read(begin + i, line, n);
-                for (const uint8_t* end = row + n; row != end;) {
-                    const Span block = columns(k);
-                    const uint32_t here = begin + i + n - static_cast<uint32_t>(end - row);
-                    const uint32_t rest = block.start + block.length - here;
-                    const uint32_t pixels = std::min(rest, static_cast<uint32_t>(end - row));
-                    add(counts_[k], row, pixels);
-                    row += pixels;
-                    k += pixels == rest ? 1 : 0;
-                }
-            });
+            const uint8_t* row = reader_.read(first, line, n);
+            for (uint32_t i = 0; i < n; ++i)
+                sums_[i] += spread[row[i]];
+        }
+        for (uint32_t i = 0; i < n; ++k) {
+            const Span block = columns(k);
+            const uint32_t end = std::min(block.start + block.length - first, n);
+            uint64_t sum = 0;
+            for (; i < end; ++i)
+                sum += sums_[i];
+            for (unsigned c = 0; c < colorBits; ++c)
+                counts_[k].of[c] += sum >> c * laneBits & ((1U << laneBits) - 1);
         }
     }
 
-    static void add(BitCounts& counts, const uint8_t* row, uint32_t pixels)
-    {
-        uint64_t sum = 0;
-        for (uint32_t i = 0; i < pixels; ++i)
-            sum += spread[row[i]];
-        for (unsigned c = 0; c < colorBits; ++c)
-            counts.of[c] += sum >> c * laneBits & ((1U << laneBits) - 1);
-    }
+    // So that a chunk of a block of this many lines stays below 2^21 pixels.
+    static constexpr uint32_t mostLines = ((1U << laneBits) - 1) / chunkPixels;
 
     const PlacedBlockWalker blocks_;
     const RunWalker runs_;
@@ -183,6 +193,7 @@ class DiffusedLine
     PixelRun pixels_;
     ColumnSpans spans_;
     BitCounts counts_[ColumnSpans::limit];
+    uint64_t sums_[chunkPixels];
 };
 
 } // namespace

@@ -43,7 +43,9 @@ class TapAxis
     }
 
     uint32_t box() const { return box_; }
-    uint32_t lastPixel() const { return lastPixel_; }
+
+    // Every other pixel lies halfway between two source pixels. (Longer axes have positions that are rounded.)
+    bool doubles() const { return ratio_ == 0.5F && destination_ <= 1U << 24; }
 
     Taps at(uint32_t i) const
     {
@@ -131,6 +133,12 @@ class Interpolation
     void make(uint32_t j) noexcept
     {
         const TapAxis::Taps taps = lines_.at(j);
+        if (doubles_) {
+            const uint8_t* top = line(0, taps.first);
+            const uint8_t* bottom = taps.weight == 0 ? top : line(0, taps.first + 1);
+            kernels_.twice(top, bottom, destination_.row(j), size_t{source_.width()} * Channels, Channels, 2);
+            return;
+        }
         plans_.forEach([&](const TapPlan<Channels>& plan) {
             joinLines(plan, taps);
             kernels_.joinColumns(joined_, destination_.at(plan.first, j), plan.groups, plan.groupCount, Channels,
@@ -180,6 +188,8 @@ class Interpolation
     const AreaView destination_;
     const TapAxis lines_;
     const TapAxis columns_;
+    // All weights are 0 or a half: the fixed-point steps come to means of two or four pixels.
+    const bool doubles_ = lines_.doubles() && columns_.doubles();
     PlannedColumns<TapAxis, Plan> plans_;
     alignas(64) uint32_t sums_[Plan::componentLimit];
     alignas(64) uint16_t joined_[Plan::componentLimit + 64];

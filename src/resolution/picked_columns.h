@@ -2,22 +2,20 @@
 
 #pragma once
 
-#include "frame/row_io.h"
+#include "kernels/kernels.h"
 #include "resolution/scale_rows.h"
 
 namespace lx
 {
 
-// Packed pixels are unpacked into chunks, which bound the plan.
-template <unsigned Channels, bool Packed>
+template <unsigned Channels>
 struct PickedColumns {
     static constexpr uint32_t groupLimit = 320;
-    static constexpr uint32_t pixelLimit = Packed ? chunkPixels : 1U << 28; // of source and destination
+    static constexpr uint32_t sourceLimit = 1U << 28; // pixels
 
     uint32_t first = 0;       // destination pixel
     uint32_t count = 0;       // destination pixels
     uint32_t sourceFirst = 0; // source pixel
-    uint32_t sourceCount = 0; // source pixels, from sourceFirst to the last one taken
     uint32_t groupCount = 0;
     PickGroup groups[groupLimit];
 
@@ -28,7 +26,7 @@ struct PickedColumns {
         begin(from);
         Span block;
         for (Blocks before = blocks; hasRoom() && blocks.next(block); before = blocks) {
-            if (count != 0 && block.start - sourceFirst >= pixelLimit) {
+            if (count != 0 && block.start - sourceFirst >= sourceLimit) {
                 blocks = before;
                 break;
             }
@@ -41,19 +39,17 @@ struct PickedColumns {
     {
         first = from;
         count = 0;
-        sourceCount = 0;
         groupCount = 0;
     }
 
-    bool hasRoom() const { return groupCount < groupLimit && count < pixelLimit; }
+    bool hasRoom() const { return groupCount < groupLimit; }
 
     // The next destination pixel takes a source pixel, which is not left of the one before.
     void add(uint32_t pixel)
     {
         if (count++ == 0)
             sourceFirst = pixel;
-        sourceCount = pixel - sourceFirst + 1;
-        const uint32_t component = (sourceCount - 1) * Channels;
+        const uint32_t component = (pixel - sourceFirst) * Channels;
         PickGroup* group = groupCount != 0 ? &groups[groupCount - 1] : nullptr;
         if (group == nullptr || group->count + Channels > PickGroup::lanes ||
             component + Channels - 1 - group->base > 255) {

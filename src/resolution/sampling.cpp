@@ -1,6 +1,7 @@
 // Scaling by sampling: every destination pixel is a source pixel, unchanged. Reductions keep the top-left pixel of each
 // block and do not look at the others; enlargements repeat each pixel over its run.
 
+#include "frame/row_io.h"
 #include "resolution/picked_columns.h"
 #include "resolution/workers.h"
 
@@ -16,25 +17,53 @@ class PickedLine
 {
   public:
     PickedLine(const AreaView& source, const AreaView& destination) noexcept
-        : blocks_(source.width(), destination.width()), columns_(blocks_), reader_(source), writer_(destination)
+        : source_(source), destination_(destination), blocks_(source.width(), destination.width()), columns_(blocks_),
+          reader_(source), writer_(destination)
     {
     }
 
     uint32_t make(uint32_t j, uint32_t line) noexcept
     {
-        columns_.forEach([&](const PickedColumns<Channels, Packed>& plan) {
-            const uint8_t* in = reader_.read(plan.sourceFirst, line, plan.sourceCount);
-            kernels_.pick(in, writer_.open(plan.first, j, plan.count), plan.groups, plan.groupCount);
-            writer_.close();
+        columns_.forEach([&](const PickedColumns<Channels>& plan) {
+            if constexpr (Packed)
+                pickPacked(plan, j, line);
+            else
+                kernels_.pick(source_.at(plan.sourceFirst, line), 0, destination_.at(plan.first, j), plan.groups,
+                              plan.groupCount);
         });
         return reached_;
     }
 
   private:
+    // By way of chunks, as many groups at a time as they hold.
+    void pickPacked(const PickedColumns<Channels>& plan, uint32_t j, uint32_t line) noexcept
+    {
+        uint32_t first = plan.first;
+        const PickGroup* const end = plan.groups + plan.groupCount;
+        for (const PickGroup* group = plan.groups; group != end;) {
+            const PickGroup* const begin = group;
+            uint32_t pixels = 0;
+            uint32_t sourcePixels = 0;
+            for (; group != end && pixels + group->count <= chunkPixels; ++group) {
+                const uint32_t reach = group->base - begin->base + group->last + 1;
+                if (reach > chunkPixels)
+                    break;
+                pixels += group->count;
+                sourcePixels = reach;
+            }
+            const uint8_t* in = reader_.read(plan.sourceFirst + begin->base, line, sourcePixels);
+            kernels_.pick(in, begin->base, writer_.open(first, j, pixels), begin, static_cast<size_t>(group - begin));
+            writer_.close();
+            first += pixels;
+        }
+    }
+
     const ResampleKernels& kernels_ = *kernels().resample;
+    const AreaView source_;
+    const AreaView destination_;
     const Blocks blocks_;
     const uint32_t reached_ = pixelsReached(blocks_);
-    PlannedColumns<Blocks, PickedColumns<Channels, Packed>> columns_;
+    PlannedColumns<Blocks, PickedColumns<Channels>> columns_;
     RowReader reader_;
     RowWriter writer_;
 };
@@ -43,9 +72,21 @@ template <unsigned Channels, bool Packed, class Blocks>
 void sampleLines(const AreaView& source, const AreaView& destination, ProgressCallback progress)
 {
     PickedLine<Channels, Packed, Blocks> line(source, destination);
-    scaleRows(
-        source, destination, passShares(source, destination), progress,
-        [&](uint32_t j, Span lines) { return line.make(j, lines.start); }, replicateLines(destination));
+    uint32_t sourceLine = 0;
+    const auto makeLine = [&](uint32_t j, Span lines) {
+        sourceLine = lines.start;
+        return line.make(j, sourceLine);
+    };
+    // To pick a line anew is quicker than to read back what has just been written, unless it has to be packed.
+    const auto pickAgain = [&](Span run, uint32_t) {
+        for (uint32_t t = 1; t < run.length; ++t)
+            line.make(run.start + t, sourceLine);
+    };
+    const PassShares shares = passShares(source, destination);
+    if constexpr (Packed)
+        scaleRows(source, destination, shares, progress, makeLine, replicateLines(destination));
+    else
+        scaleRows(source, destination, shares, progress, makeLine, pickAgain);
 }
 
 template <unsigned Channels, bool Packed>

@@ -3,7 +3,8 @@
 // A worker brings the horizontal rule, a callable `makeLine(j, lines)` that makes destination line j from a block of
 // source lines and returns how many pixels of it the rule has reached. Where the height shrinks, that is all there is
 // to do. Where it grows or stays, the block is one line thick and the line made is the first of its run; a second
-// callable `fillRun(run, next, width)` makes the other lines of the run, `width` being the pixels reached in the first.
+// callable makes the other lines of the run, `width` being the pixels reached in the first: `fillRun(run, width)` is
+// called at once, `fillRun(run, next, width)` after the first line of the following run, `next`, has been made too.
 // The two passes are taken together, so that a run is filled while its first line is still in the cache; what the
 // second pass has to report follows when everything is done, in the order and with the values of two passes.
 
@@ -16,6 +17,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <type_traits>
 
 namespace lx
 {
@@ -58,7 +60,8 @@ void reduceRows(Blocks blocks, uint32_t height, ProgressCallback callback, MakeL
     }
 }
 
-// `next` is the first line of the following run, and the run's own first line if none follows.
+// Runs are filled in order where they can be: lines written out of order cost twice the time. `next` is the run's own
+// first line if no run follows.
 template <class MakeLine, class FillRun>
 void enlargeRows(const RunWalker& runs, PassShares shares, ProgressCallback callback, MakeLine makeLine,
                  FillRun fillRun)
@@ -71,7 +74,9 @@ void enlargeRows(const RunWalker& runs, PassShares shares, ProgressCallback call
     for (uint32_t line = 0; walker.next(run); ++line) {
         if (run.length != 0) {
             const uint32_t width = makeLine(run.start, Span{line, 1});
-            if (previous.length != 0)
+            if constexpr (std::is_invocable_v<FillRun, Span, uint32_t>)
+                fillRun(run, width);
+            else if (previous.length != 0)
                 fillRun(previous, run.start, previousWidth);
             previous = run;
             previousWidth = width;
@@ -82,7 +87,8 @@ void enlargeRows(const RunWalker& runs, PassShares shares, ProgressCallback call
         else
             progress.shareDone(covered, runs.reach(), shares.first, 0);
     }
-    fillRun(previous, previous.start, previousWidth);
+    if constexpr (!std::is_invocable_v<FillRun, Span, uint32_t>)
+        fillRun(previous, previous.start, previousWidth);
     for (walker = runs; walker.next(run);)
         progress.shareDone(run.start + run.length, runs.reach(), shares.second, 50 - shares.second);
 }
@@ -149,7 +155,7 @@ inline void replicateLine(const AreaView& area, uint32_t width, uint32_t from, u
 // The fillRun of workers whose lines are replicated.
 inline auto replicateLines(const AreaView& area) noexcept
 {
-    return [&area, &bitKernels = *kernels().bits](Span run, uint32_t, uint32_t width) {
+    return [&area, &bitKernels = *kernels().bits](Span run, uint32_t width) {
         for (uint32_t t = 1; t < run.length; ++t)
             replicateLine(area, width, run.start, run.start + t, bitKernels);
     };

@@ -16,7 +16,9 @@ namespace
 
 const std::vector<KernelCase>* const topics[] = {
     &bitKernelCases,
+    &colorKernelCases,
     &pixelKernelCases,
+    &rotationKernelCases,
     &windowKernelCases,
 };
 

@@ -39,7 +39,8 @@ TEST(ResampleKernels, PickGroupsOfEverySpan)
         Random random(1);
         for (int round = 0; round < 2000; ++round) {
             lx::PickGroup group = {};
-            group.base = random.below(5);
+            const uint32_t first = random.below(5);
+            group.base = first + random.below(5);
             group.count = static_cast<uint8_t>(random.between(1, 64));
             const uint32_t step = random.below(6);
             uint32_t offset = 0;
@@ -47,11 +48,11 @@ TEST(ResampleKernels, PickGroupsOfEverySpan)
                 group.last = group.offsets[k] = static_cast<uint8_t>(offset);
                 offset = std::min(offset + random.below(step + 1), 255U);
             }
-            const auto source = noise(random, size_t{group.base} + group.last + 1);
+            const auto source = noise(random, size_t{group.base} - first + group.last + 1);
             std::vector<uint8_t> expected(group.count);
             std::vector<uint8_t> actual(group.count);
-            portable.pick(source.data(), expected.data(), &group, 1);
-            kernels.pick(source.data(), actual.data(), &group, 1);
+            portable.pick(source.data(), first, expected.data(), &group, 1);
+            kernels.pick(source.data(), first, actual.data(), &group, 1);
             ASSERT_EQ(expected, actual);
         }
     });
@@ -180,6 +181,24 @@ TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
             }
         }
     }
+}
+
+TEST(ResampleKernels, TwiceThePixels)
+{
+    forEachLevel([](const auto& portable, const auto& kernels) {
+        Random random(6);
+        for (size_t pixels = 1; pixels < 300; ++pixels) {
+            const unsigned channels = random.chance(50) ? 1 : 3;
+            const unsigned rounding = random.chance(50) ? 0 : 2;
+            const auto top = noise(random, pixels * channels);
+            const auto bottom = noise(random, pixels * channels);
+            std::vector<uint8_t> expected(2 * pixels * channels);
+            std::vector<uint8_t> actual(2 * pixels * channels);
+            portable.twice(top.data(), bottom.data(), expected.data(), pixels * channels, channels, rounding);
+            kernels.twice(top.data(), bottom.data(), actual.data(), pixels * channels, channels, rounding);
+            ASSERT_EQ(expected, actual);
+        }
+    });
 }
 
 TEST(ResampleKernels, JoinRows)

@@ -219,8 +219,9 @@ class ByDefinition
 
 TEST(Interpolation, IsTheNearestLevel)
 {
-    constexpr uint32_t sizes[][4] = {{60, 40, 40, 27}, {60, 40, 120, 80}, {60, 40, 25, 16},  {60, 40, 20, 13},
-                                     {60, 40, 9, 60},  {60, 40, 90, 7},   {200, 90, 61, 44}, {7, 5, 300, 33}};
+    constexpr uint32_t sizes[][4] = {{60, 40, 40, 27}, {60, 40, 120, 80}, {150, 40, 300, 80},
+                                     {60, 40, 25, 16}, {60, 40, 20, 13},  {60, 40, 9, 60},
+                                     {60, 40, 90, 7},  {200, 90, 61, 44}, {7, 5, 300, 33}};
     Random random(4);
     for (const auto& [width, height, newWidth, newHeight] : sizes) {
         const Picture source = Picture::random(random, IMAGE_TYPE_256GRAY, width, height);
@@ -230,6 +231,27 @@ TEST(Interpolation, IsTheNearestLevel)
             for (uint32_t i = 0; i < newWidth; ++i)
                 // Within the rounding of weights and columns.
                 ASSERT_NEAR(result.at(i, j), definition.at(i, j), 0.5 + 0.02) << i << ", " << j << " of " << newWidth;
+    }
+}
+
+TEST(Interpolation, DoublesBySteps)
+{
+    // Where both sizes double, a shorter way is taken than where only one does.
+    Random random(6);
+    for (const uint16_t type : {uint16_t{IMAGE_TYPE_256GRAY}, uint16_t{IMAGE_TYPE_16MRGB}}) {
+        const Picture source = Picture::random(random, type, 150, 9);
+        const Picture twice = scaled(interpolation, source, 300, 18);
+        const Picture wider = scaled(interpolation, source, 300, 9);
+        const Picture taller = scaled(interpolation, source, 150, 18);
+        for (uint32_t j = 0; j < 18; ++j)
+            for (uint32_t i = 0; i < 300; ++i) {
+                if (j % 2 == 0) {
+                    ASSERT_EQ(twice.at(i, j), wider.at(i, j / 2));
+                }
+                if (i % 2 == 0) {
+                    ASSERT_EQ(twice.at(i, j), taller.at(i / 2, j));
+                }
+            }
     }
 }
 

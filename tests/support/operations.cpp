@@ -9,17 +9,9 @@ namespace
 {
 
 constexpr void (*adders[])(Operations&) = {
-    addGrayOperations,
-    addBilevelOperations,
-    addRotationOperations,
-    addFullColorOperations,
-    addBilevelScaling,
-    addResolutionOperations,
-    addThumbnailOperations,
-    addMedianOperations,
-    addSlantOperations,
-    addCorrectOperations,
-    addComposeOperations,
+    addGrayOperations,      addBilevelOperations, addPaletteColorOperations, addRotationOperations,
+    addFullColorOperations, addBilevelScaling,    addResolutionOperations,   addThumbnailOperations,
+    addMedianOperations,    addSlantOperations,   addCorrectOperations,      addComposeOperations,
 };
 
 std::vector<TypedOperation> typedOperations(const Operations& operations)

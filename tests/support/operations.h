@@ -104,6 +104,7 @@ ColorPalette paletteOf(uint16_t type);
 // Adders, one per family.
 void addGrayOperations(Operations& operations);
 void addBilevelOperations(Operations& operations);
+void addPaletteColorOperations(Operations& operations);
 void addRotationOperations(Operations& operations);
 void addFullColorOperations(Operations& operations);
 void addBilevelScaling(Operations& operations);

@@ -3,6 +3,7 @@
 #include "error.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace lxpage
@@ -52,6 +53,30 @@ void setPixel(Image& image, uint32_t x, uint32_t y, uint32_t value)
     }
 }
 
+// The byte that fills an image with its lightest colour.
+int whiteByteOf(const Image& image)
+{
+    if (image.type() == IMAGE_TYPE_16MRGB) {
+        return 0xFF;
+    }
+    const auto lightness = [&](int index) {
+        const uint8_t* entry = image.palette.entries[index];
+        return entry[0] + entry[1] + entry[2];
+    };
+    int lightest = 0;
+    for (int index = 1; index < image.palette.count; ++index) {
+        lightest = lightness(index) > lightness(lightest) ? index : lightest;
+    }
+    switch (image.palette.count <= 16 ? lxCalculateBytesOf1Line(image.type(), 8) : 8) {
+    case 1:
+        return lightest * 0xFF;
+    case 4:
+        return lightest * 0x11;
+    default:
+        return lightest;
+    }
+}
+
 } // namespace
 
 Image::Image(uint16_t type, uint32_t width, uint32_t height, Resolution res, uint32_t storedWidth)
@@ -73,6 +98,11 @@ ImageArea Image::band(uint32_t y, uint32_t lines) const
     area.bytesPerLine = bytesPerLine_;
     area.lines = height_;
     return area;
+}
+
+void fillWhite(Image& image)
+{
+    std::memset(image.line(0), whiteByteOf(image), size_t{image.bytesPerLine()} * image.height());
 }
 
 void checkPageSize(uint64_t width, uint64_t height, unsigned bytesPerPixel)

@@ -60,6 +60,9 @@ class Image
 // it takes at once.
 void checkPageSize(uint64_t width, uint64_t height, unsigned bytesPerPixel);
 
+// Gives every pixel the lightest colour of the image's palette.
+void fillWhite(Image& image);
+
 // "256 gray", "bilevel", ...
 const char* typeName(uint16_t type);
 

@@ -7,6 +7,7 @@ void addHalftone(CLI::App& app);
 void addRotate(CLI::App& app);
 void addAngle(CLI::App& app);
 void addMedian(CLI::App& app);
+void addScale(CLI::App& app);
 void addDemo(CLI::App& app);
 
 std::span<const AddCommand> commands()
@@ -16,6 +17,7 @@ std::span<const AddCommand> commands()
         addRotate,
         addAngle,
         addMedian,
+        addScale,
         addDemo,
     };
     return list;

@@ -6,7 +6,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <memory>
 #include <numbers>
 
@@ -23,30 +22,6 @@ struct Options {
     double angle = 0;
     bool grow = false;
 };
-
-// The byte that fills an image with its lightest colour.
-int whiteByteOf(const Image& image)
-{
-    if (image.type() == IMAGE_TYPE_16MRGB) {
-        return 0xFF;
-    }
-    const auto lightness = [&](int index) {
-        const uint8_t* entry = image.palette.entries[index];
-        return entry[0] + entry[1] + entry[2];
-    };
-    int lightest = 0;
-    for (int index = 1; index < image.palette.count; ++index) {
-        lightest = lightness(index) > lightness(lightest) ? index : lightest;
-    }
-    switch (image.palette.count <= 16 ? lxCalculateBytesOf1Line(image.type(), 8) : 8) {
-    case 1:
-        return lightest * 0xFF;
-    case 4:
-        return lightest * 0x11;
-    default:
-        return lightest;
-    }
-}
 
 Image blankLike(const Image& page, uint32_t width, uint32_t height, Resolution resolution)
 {
@@ -84,9 +59,7 @@ Image turnedByAngle(const Image& page, const Options& options, ProgressBar& bar)
         height = grownSide(page.height(), page.width(), radians);
     }
     Image result = blankLike(page, width, height, page.resolution);
-    for (uint32_t y = 0; y < height; ++y) {
-        std::memset(result.line(y), whiteByteOf(result), result.bytesPerLine());
-    }
+    fillWhite(result);
     const ImageArea from = page.area();
     const ImageArea to = result.area();
     expectOk(lxRotationBySpecificationAngle(options.angle, &from, &to, bar.part(0, 1)),

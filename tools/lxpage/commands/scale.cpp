@@ -1,0 +1,93 @@
+// `lxpage scale`: a page of any kind made smaller or larger.
+
+#include "scale.h"
+#include "error.h"
+#include "page_run.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+
+namespace lxpage
+{
+
+void addScale(CLI::App& app);
+
+namespace
+{
+
+struct Options {
+    FileArguments files;
+    ScaleTarget target;
+    std::string size;
+    std::string method;
+};
+
+// "800x600", "800x" or "x600".
+void readSize(const std::string& text, ScaleTarget& target)
+{
+    const size_t cross = text.find('x');
+    const auto side = [&](const std::string& digits) {
+        const bool sound = digits.size() <= 5 && digits.find_first_not_of("0123456789") == std::string::npos;
+        const unsigned long value = sound && !digits.empty() ? std::stoul(digits) : 0;
+        if (!sound || value > kMaxSide || (!digits.empty() && value == 0)) {
+            throw PageError(ExitCode::Usage, "--size is WIDTHxHEIGHT, WIDTHx or xHEIGHT, of sides from 1 to " +
+                                                 std::to_string(kMaxSide));
+        }
+        return static_cast<uint32_t>(value);
+    };
+    target.width = side(cross == std::string::npos ? "?" : text.substr(0, cross));
+    target.height = side(text.substr(cross + 1));
+    if (target.width == 0 && target.height == 0) {
+        throw PageError(ExitCode::Usage, "--size needs a width or a height");
+    }
+}
+
+std::string joined(const std::vector<std::string>& names)
+{
+    std::string text;
+    for (const std::string& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
+void addOptions(CLI::App& command, Options& options)
+{
+    addFileArguments(command, options.files);
+    CLI::Option_group* size = command.add_option_group("Size", "One of these");
+    size->add_option("--factor", options.target.factor, "Times the size of the page")
+        ->check(CLI::Range(1e-5, 1e5).description(""));
+    size->add_option("--dpi", options.target.dpi, "Resolution, if the page knows its own")
+        ->check(CLI::Range(1.0, 1e5).description(""));
+    size->add_option("--size", options.size, "Pixels: 800x600; 800x or x600 keep the proportions")->type_name("WxH");
+    size->require_option(1);
+    command
+        .add_option("--method", options.method,
+                    joined(scaleMethodNames()) + ";\notherwise majority for bilevel pages and averaging for others.\n"
+                                                 "Averaging and smooth make gray of bilevel pages; smooth, majority,\n"
+                                                 "runs and black-priority take nothing but bilevel pages")
+        ->check(CLI::IsMember(scaleMethodNames()).description(""))
+        ->type_name("NAME");
+}
+
+} // namespace
+
+void addScale(CLI::App& app)
+{
+    CLI::App* command = app.add_subcommand("scale", "Make a page smaller or larger");
+    const auto options = std::make_shared<Options>();
+    addOptions(*command, *options);
+    command->callback([options] {
+        if (!options->size.empty()) {
+            readSize(options->size, options->target);
+        }
+        processPages(options->files, "scale", [&](const Image& page, ProgressBar& bar) {
+            const ScaleMethod method =
+                options->method.empty() ? suitableMethod(page) : scaleMethodNamed(options->method);
+            return scale(page, method, scaledSize(page, options->target), bar);
+        });
+    });
+}
+
+} // namespace lxpage
