@@ -14,13 +14,7 @@ void addDemo(CLI::App& app);
 std::span<const AddCommand> commands()
 {
     static constexpr AddCommand list[] = {
-        addHalftone,
-        addRotate,
-        addAngle,
-        addMedian,
-        addScale,
-        addThumbnail,
-        addDemo,
+        addHalftone, addRotate, addAngle, addMedian, addScale, addThumbnail, addDemo,
     };
     return list;
 }
