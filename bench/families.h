@@ -12,6 +12,9 @@ namespace bench
 void addConversions(Operations& operations);
 void addMultilevelScaling(Operations& operations);
 void addThumbnails(Operations& operations);
+void addPaletteColors(Operations& operations);
+void addCorrections(Operations& operations);
+void addCompositing(Operations& operations);
 void addRotations(Operations& operations);
 void addBilevelScaling(Operations& operations);
 

@@ -111,6 +111,9 @@ int main(int count, char** arguments)
     }
     Operations operations;
     addConversions(operations);
+    addPaletteColors(operations);
+    addCorrections(operations);
+    addCompositing(operations);
     addMultilevelScaling(operations);
     addThumbnails(operations);
     addRotations(operations);

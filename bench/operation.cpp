@@ -23,6 +23,17 @@ void Operations::add(std::string name, const Shape& source, const Shape& destina
     add({std::move(name), bytesOf(source), bytesOf(destination), goal, prepare});
 }
 
+void Operations::addInPlace(std::string name, const Shape& shape, Goal goal, InPlaceWork work)
+{
+    const auto prepare = [shape, work]() -> Run {
+        const Picture& from = page(shape.type, shape.x);
+        const Picture copy(shape);
+        std::copy_n(from.pixels(), from.bytesPerLine() * pageHeight, copy.pixels());
+        return [copy, work] { return work(copy.area()) == IMAGE_STATUS_OK; };
+    };
+    add({std::move(name), bytesOf(shape), bytesOf(shape), goal, prepare});
+}
+
 void Operations::addPeer(const std::string& operation, std::string name, Prepare prepare, Job job)
 {
     const auto found = std::find_if(operations_.begin(), operations_.end(),

@@ -49,6 +49,9 @@ struct Operation {
 // Work from one area to another. A picture has to be able to take it any number of times.
 using AreaWork = std::function<int8_t(const ImageArea* source, const ImageArea* destination)>;
 
+// Work on one area in place. It too has to be able to do so any number of times.
+using InPlaceWork = std::function<int8_t(const ImageArea* area)>;
+
 class Operations
 {
   public:
@@ -56,6 +59,9 @@ class Operations
 
     // The usual case: from the page, in the source's format and x, to a picture of any shape.
     void add(std::string name, const Shape& source, const Shape& destination, Goal goal, AreaWork work);
+
+    // Work in place, on a copy of the page that keeps what the work makes of it.
+    void addInPlace(std::string name, const Shape& shape, Goal goal, InPlaceWork work);
 
     // Adds a contender to an operation; ends the program if there is none of that name, for it is misspelt.
     void addPeer(const std::string& operation, std::string name, Prepare prepare, Job job = Job::Same);

@@ -64,6 +64,18 @@ Prepare fromPage(uint16_t type, Function function)
     };
 }
 
+// The page onto a picture of its size, at some x.
+Prepare paste(int x)
+{
+    return [x]() -> Run {
+        const PixPointer result = own(pixCreate(int(pageWidth), int(pageHeight), 1));
+        return [x, source = pixOf(IMAGE_TYPE_BW), result] {
+            return pixRasterop(result.get(), x, 0, int(pageWidth) - x, int(pageHeight), PIX_SRC, source.get(), 0, 0) ==
+                   0;
+        };
+    };
+}
+
 Pix* toGray(Pix* source)
 {
     return pixConvertRGBToGray(source, 0.33f, 0.34f, 0.33f);
@@ -94,6 +106,12 @@ Prepare bilevelToGray()
             return pixConvert1To8(result.get(), source.get(), 0, 255) != nullptr;
         };
     };
+}
+
+void addPastePeers(Operations& operations)
+{
+    operations.addPeer("paste bilevel", "Leptonica", paste(0));
+    operations.addPeer("paste bilevel, x = 3", "Leptonica", paste(3));
 }
 
 void addConversionPeers(Operations& operations)
@@ -220,6 +238,7 @@ void addBilevelScalingPeers(Operations& operations)
 std::string addLeptonica(Operations& operations)
 {
     addConversionPeers(operations);
+    addPastePeers(operations);
     addRotationPeers(operations);
     addBilevelScalingPeers(operations);
     const std::unique_ptr<char, decltype(&lept_free)> version(getLeptonicaVersion(), lept_free);

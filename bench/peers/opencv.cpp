@@ -140,38 +140,106 @@ void addScalingPeers(Operations& operations)
     }
     operations.addPeer("thumbnail, colour", "OpenCV", fromPage(IMAGE_TYPE_16MRGB, resize(200, 283, cv::INTER_AREA)));
     operations.addPeer("thumbnail, gray", "OpenCV", fromPage(IMAGE_TYPE_256GRAY, resize(200, 283, cv::INTER_AREA)));
-    auto turn(int code)
-    {
-        return [code](const cv::Mat& source, cv::Mat& result) { cv::rotate(source, result, code); };
-    }
+}
 
-    // Nearest pixels, and the destination's own background where there is none.
-    auto turnByAngle(double degrees)
-    {
-        const cv::Mat matrix = cv::getRotationMatrix2D({pageWidth / 2.0F, pageHeight / 2.0F}, -degrees, 1);
-        return [matrix](const cv::Mat& source, cv::Mat& result) {
-            result.create(source.size(), source.type());
-            cv::warpAffine(source, result, matrix, source.size(), cv::INTER_NEAREST, cv::BORDER_TRANSPARENT);
-        };
+auto tone()
+{
+    cv::Mat table(1, 256, CV_8UC1);
+    for (int level = 0; level < 256; ++level) {
+        table.at<uint8_t>(level) = uint8_t(255 - level * level / 255);
     }
+    return [table](const cv::Mat& source, cv::Mat& result) { cv::LUT(source, table, result); };
+}
 
-    void addRotationPeers(Operations & operations)
-    {
-        constexpr struct {
-            const char* name;
-            uint16_t type;
-        } formats[] = {{"gray", IMAGE_TYPE_256GRAY}, {"colour", IMAGE_TYPE_16MRGB}};
-        for (const auto& [name, type] : formats) {
-            const std::string prefix = std::string("turn ") + name + " by ";
-            operations.addPeer(prefix + "90", "OpenCV", fromPage(type, turn(cv::ROTATE_90_CLOCKWISE)));
-            operations.addPeer(prefix + "180", "OpenCV", fromPage(type, turn(cv::ROTATE_180)));
-            operations.addPeer(prefix + "270", "OpenCV", fromPage(type, turn(cv::ROTATE_90_COUNTERCLOCKWISE)));
-            for (const char* degrees : {"0.3", "2.3", "30"}) {
-                operations.addPeer(prefix + degrees + " degrees", "OpenCV",
-                                   fromPage(type, turnByAngle(std::stod(degrees))));
-            }
+auto colorMatrix()
+{
+    const cv::Mat matrix = (cv::Mat_<float>(3, 3) << 1.1F, -0.26F, 0.17F, 0.17F, 1.1F, -0.26F, -0.26F, 0.17F, 1.1F);
+    return [matrix](const cv::Mat& source, cv::Mat& result) { cv::transform(source, result, matrix); };
+}
+
+// One linear kernel, where ours is another for each sign of the contrast.
+auto sharpening(float corner, float side)
+{
+    const float centre = 1 - 4 * (corner + side);
+    const cv::Mat kernel = (cv::Mat_<float>(3, 3) << corner, side, corner, side, centre, side, corner, side, corner);
+    return [kernel](const cv::Mat& source, cv::Mat& result) {
+        cv::filter2D(source, result, CV_8U, kernel, {-1, -1}, 0, cv::BORDER_REPLICATE);
+    };
+}
+
+void addCorrectionPeers(Operations& operations)
+{
+    operations.addPeer("tone table, gray", "OpenCV", fromPage(IMAGE_TYPE_256GRAY, tone()));
+    operations.addPeer("tone table, colour", "OpenCV", fromPage(IMAGE_TYPE_16MRGB, tone()));
+    operations.addPeer("colour matrix", "OpenCV", fromPage(IMAGE_TYPE_16MRGB, colorMatrix()));
+    const auto addSharpening = [&](const std::string& name, uint16_t type) {
+        operations.addPeer("MTF separated, " + name, "OpenCV, one linear kernel", fromPage(type, sharpening(0, -0.1F)),
+                           Job::Rougher);
+        operations.addPeer("MTF cross, " + name, "OpenCV, one linear kernel", fromPage(type, sharpening(-0.07F, 0.02F)),
+                           Job::Rougher);
+    };
+    addSharpening("gray", IMAGE_TYPE_256GRAY);
+    addSharpening("colour", IMAGE_TYPE_16MRGB);
+}
+
+void addCompositingPeers(Operations& operations)
+{
+    const auto paste = [](const cv::Mat& source, cv::Mat& result) { source.copyTo(result); };
+    const auto overlay = [mask = cv::Mat()](const cv::Mat& source, cv::Mat& result) mutable {
+        cv::inRange(source, cv::Scalar::all(236), cv::Scalar::all(254), mask);
+        cv::bitwise_not(mask, mask);
+        source.copyTo(result, mask);
+    };
+    operations.addPeer("paste gray", "OpenCV", fromPage(IMAGE_TYPE_256GRAY, paste));
+    operations.addPeer("paste colour", "OpenCV", fromPage(IMAGE_TYPE_16MRGB, paste));
+    operations.addPeer("paste with key, gray", "OpenCV", fromPage(IMAGE_TYPE_256GRAY, overlay));
+    operations.addPeer("paste with key, colour", "OpenCV", fromPage(IMAGE_TYPE_16MRGB, overlay));
+
+    const auto paint = [](const cv::Mat& source, cv::Mat& result) {
+        result.create(source.size(), source.type());
+        result.setTo(cv::Scalar(100, 200, 50));
+    };
+    // The lower of the pixel and of its mix with the colour, which is rounded.
+    const auto tint = [mixed = cv::Mat()](const cv::Mat& source, cv::Mat& result) mutable {
+        cv::transform(source, mixed, cv::Mat(cv::Matx34f(0.25F, 0, 0, 75, 0, 0.25F, 0, 150, 0, 0, 0.25F, 37.5F)));
+        cv::min(source, mixed, result);
+    };
+    operations.addPeer("mask, paint, colour", "OpenCV", fromPage(IMAGE_TYPE_16MRGB, paint));
+    operations.addPeer("mask, tint, colour", "OpenCV", fromPage(IMAGE_TYPE_16MRGB, tint), Job::Rougher);
+}
+
+auto turn(int code)
+{
+    return [code](const cv::Mat& source, cv::Mat& result) { cv::rotate(source, result, code); };
+}
+
+// Nearest pixels, and the destination's own background where there is none.
+auto turnByAngle(double degrees)
+{
+    const cv::Mat matrix = cv::getRotationMatrix2D({pageWidth / 2.0F, pageHeight / 2.0F}, -degrees, 1);
+    return [matrix](const cv::Mat& source, cv::Mat& result) {
+        result.create(source.size(), source.type());
+        cv::warpAffine(source, result, matrix, source.size(), cv::INTER_NEAREST, cv::BORDER_TRANSPARENT);
+    };
+}
+
+void addRotationPeers(Operations& operations)
+{
+    constexpr struct {
+        const char* name;
+        uint16_t type;
+    } formats[] = {{"gray", IMAGE_TYPE_256GRAY}, {"colour", IMAGE_TYPE_16MRGB}};
+    for (const auto& [name, type] : formats) {
+        const std::string prefix = std::string("turn ") + name + " by ";
+        operations.addPeer(prefix + "90", "OpenCV", fromPage(type, turn(cv::ROTATE_90_CLOCKWISE)));
+        operations.addPeer(prefix + "180", "OpenCV", fromPage(type, turn(cv::ROTATE_180)));
+        operations.addPeer(prefix + "270", "OpenCV", fromPage(type, turn(cv::ROTATE_90_COUNTERCLOCKWISE)));
+        for (const char* degrees : {"0.3", "2.3", "30"}) {
+            operations.addPeer(prefix + degrees + " degrees", "OpenCV",
+                               fromPage(type, turnByAngle(std::stod(degrees))));
         }
     }
+}
 
 } // namespace
 
@@ -182,6 +250,8 @@ std::string addOpenCv(Operations& operations)
     addColorPeers(operations);
     addScalingPeers(operations);
     addRotationPeers(operations);
+    addCorrectionPeers(operations);
+    addCompositingPeers(operations);
     return "OpenCV " CV_VERSION;
 }
 

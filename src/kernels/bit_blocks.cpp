@@ -6,6 +6,7 @@
 // the top of a byte, or a bit gather every picked bit to its place in a mask. 64 blocks no more than seven bits apart
 // lie in at most 57 bytes, and eight of them in 64 bits whatever bit the first one starts at.
 
+#include "kernels/bit_words.h"
 #include "kernels/kernel_tables.h"
 
 #include <cstring>
@@ -365,7 +366,7 @@ void repeatWide(const uint8_t* source, size_t bytes, uint8_t* destination)
             __m512i out = _mm512_setzero_si512();
             for (unsigned r = 0; r < Times; ++r) {
                 const __m512i matrix = _mm512_set1_epi64(static_cast<int64_t>(spread.matrix[r]));
-                out = _mm512_mask_gf2p8affine_epi64_epi8(out, spread.own[t][r], each, matrix, 0);
+                out = _mm512_mask_mov_epi8(out, spread.own[t][r], timesMatrix(each, matrix));
             }
             const size_t left = n * Times - 64 * t;
             _mm512_mask_storeu_epi8(destination + 64 * t, ~0ULL >> (left < 64 ? 64 - left : 0), out);

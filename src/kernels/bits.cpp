@@ -73,8 +73,7 @@ void shiftBits(const uint8_t* LX_RESTRICT source, unsigned phase, uint8_t* LX_RE
         const __mmask64 mine = _bzhi_u64(~0ULL, bytes - k < 64 ? static_cast<unsigned>(bytes - k) : 64);
         const __m512i first = _mm512_maskz_loadu_epi8(mine, source + k);
         const __m512i second = _mm512_maskz_loadu_epi8(mine, source + k + 1);
-        const __m512i shifted = _mm512_or_si512(_mm512_gf2p8affine_epi64_epi8(first, up, 0),
-                                                _mm512_gf2p8affine_epi64_epi8(second, down, 0));
+        const __m512i shifted = _mm512_or_si512(timesMatrix(first, up), timesMatrix(second, down));
         _mm512_mask_storeu_epi8(destination + k, mine, shifted);
     }
 #else

@@ -16,6 +16,7 @@
 // adding +0 changes no sum of an entry that is ever read. The outermost entries, which only collect, are added up in
 // line order at the end.
 
+#include "kernels/bit_words.h"
 #include "kernels/kernel_tables.h"
 
 #include <cstring>
@@ -83,7 +84,7 @@ uint64_t bitsByLane(uint64_t steps)
 {
     const __m128i units = _mm_cvtsi64_si128(static_cast<int64_t>(0x8040201008040201ULL));
     const __m128i matrix = _mm_cvtsi64_si128(static_cast<int64_t>(steps));
-    return static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_gf2p8affine_epi64_epi8(units, matrix, 0)));
+    return static_cast<uint64_t>(_mm_cvtsi128_si64(timesMatrix(units, matrix)));
 }
 
 #elif defined(LX_LEVEL_v3)

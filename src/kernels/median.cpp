@@ -168,7 +168,7 @@ Bits atLeastFive(const Count<Bits>& left, const Count<Bits>& here, const Count<B
 
 Lanes fill(uint8_t byte)
 {
-    return Lanes{} + byte * 0x0101010101010101ULL;
+    return Lanes{} + uint64_t{byte} * 0x0101010101010101U;
 }
 
 Lanes load(const uint8_t* bytes)

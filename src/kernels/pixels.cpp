@@ -114,9 +114,12 @@ void bright(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination,
     const __m512i limit = _mm512_set1_epi16(19200);
     for (size_t i = 0; i < pixels; i += 64) {
         const size_t n = pixels - i;
-        const uint64_t low = _mm512_cmpge_epu16_mask(weighted32(source + 3 * i, n).x, limit);
-        const uint64_t high =
-            n > 32 ? _mm512_cmpge_epu16_mask(weighted32(source + 3 * i + 96, n - 32).x, limit) : __mmask32{0};
+        const auto flags = [&](size_t k) {
+            return k < n ? _cvtmask32_u32(_mm512_cmpge_epu16_mask(weighted32(source + 3 * (i + k), n - k).x, limit))
+                         : 0U;
+        };
+        const uint64_t low = flags(0);
+        const uint64_t high = flags(32);
         storeBits(destination + i / 8, reverseBits(high << 32 | low), n);
     }
 }
@@ -166,9 +169,9 @@ void preciseGray(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destina
         storeGray(destination + i, gray, pixels - i);
         const __mmask32 multiple = _mm512_cmpeq_epi16_mask(w.x, _mm512_mullo_epi16(gray, _mm512_set1_epi16(100)));
         const __m512i swapped = _mm512_or_si512(_mm512_slli_epi16(w.firstTwo, 8), _mm512_srli_epi16(w.firstTwo, 8));
-        for (uint64_t open = _mm512_mask_cmpneq_epi16_mask(multiple, w.firstTwo, swapped); open != 0;
+        for (uint32_t open = _cvtmask32_u32(_mm512_mask_cmpneq_epi16_mask(multiple, w.firstTwo, swapped)); open != 0;
              open &= open - 1) {
-            const size_t k = i + static_cast<unsigned>(__builtin_ctzll(open));
+            const size_t k = i + static_cast<unsigned>(__builtin_ctz(open));
             destination[k] = preciseOf(source + 3 * k, blueFirst ? 2 : 0);
         }
     }

@@ -3,6 +3,7 @@
 // The source is read forwards and the destination written backwards: in a half turn, rows follow one another in the
 // same directions, so that either side is one stream.
 
+#include "kernels/bit_words.h"
 #include "kernels/kernel_tables.h"
 
 #include <cstring>
@@ -34,13 +35,13 @@ Word reverseBytes(Word v)
 // Bit matrix products with the unit matrix, its rows or the halves of its rows in reverse order.
 Word reverseNibbles(Word v)
 {
-    return reverseBytes(_mm512_gf2p8affine_epi64_epi8(v, _mm512_set1_epi64(0x1020408001020408), 0));
+    return reverseBytes(timesMatrix(v, _mm512_set1_epi64(0x1020408001020408)));
 }
 
 Word reverseBits(Word v)
 {
     const __m512i antidiagonal = _mm512_set1_epi64(static_cast<int64_t>(0x8040201008040201ULL));
-    return reverseBytes(_mm512_gf2p8affine_epi64_epi8(v, antidiagonal, 0));
+    return reverseBytes(timesMatrix(v, antidiagonal));
 }
 
 #else

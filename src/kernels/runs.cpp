@@ -81,8 +81,8 @@ class BitStream
 // Neighbouring runs lie in different lines: too many streams for the processor to follow. The address may lie anywhere.
 void fetchEarly(const uint8_t* source, ptrdiff_t ahead)
 {
-    __builtin_prefetch(
-        reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(source) + static_cast<uintptr_t>(ahead)));
+    const uintptr_t address = reinterpret_cast<uintptr_t>(source) + static_cast<uintptr_t>(ahead);
+    __builtin_prefetch(reinterpret_cast<const void*>(address)); // NOLINT(performance-no-int-to-ptr)
 }
 
 template <unsigned Bits>

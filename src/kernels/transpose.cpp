@@ -6,6 +6,7 @@
 // destination byte become one row of those bytes, which then move as bytes do. Tiles that would reach over the right
 // or the bottom edge are moved back and write some bytes once more; blocks too small for a tile go byte by byte.
 
+#include "kernels/bit_words.h"
 #include "kernels/kernel_tables.h"
 
 #include <cstring>
@@ -291,7 +292,7 @@ struct BitFold {
         v = _mm512_permutexvar_epi8(_mm512_load_si512(transposed), v);
         // A bit matrix product that picks the columns of the data, the leftmost first.
         const __m512i columns = _mm512_set1_epi64(0x0102040810204080);
-        _mm512_storeu_si512(destination, _mm512_gf2p8affine_epi64_epi8(columns, v, 0));
+        _mm512_storeu_si512(destination, timesMatrix(columns, v));
     }
 
 #else

@@ -48,12 +48,13 @@ struct MeanGray {
         {
         }
 
-        uint8_t of(uint64_t white) const
+        uint8_t of(uint64_t whitePixels) const
         {
-            const uint64_t black = pixels_ - white;
+            const uint64_t blackPixels = pixels_ - whitePixels;
             if (small_)
-                return static_cast<uint8_t>((white * white_ + black * black_) / pixels_);
-            return rounded(static_cast<double>(white) * whitePart_ + static_cast<double>(black) * blackPart_);
+                return static_cast<uint8_t>((whitePixels * white_ + blackPixels * black_) / pixels_);
+            return rounded(static_cast<double>(whitePixels) * whitePart_ +
+                           static_cast<double>(blackPixels) * blackPart_);
         }
 
       private:

@@ -82,6 +82,7 @@ struct KernelCase {
 extern const std::vector<KernelCase> bitKernelCases;
 extern const std::vector<KernelCase> colorKernelCases;
 extern const std::vector<KernelCase> pixelKernelCases;
+extern const std::vector<KernelCase> rotationKernelCases;
 extern const std::vector<KernelCase> windowKernelCases;
 
 } // namespace lxtest

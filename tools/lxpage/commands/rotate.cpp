@@ -88,6 +88,7 @@ void addRotate(CLI::App& app)
         ->add_option("--angle", options->angle,
                      "Degrees clockwise; multiples of 90 turn the page exactly,\n"
                      "other angles leave its size and fill the corners with white")
+        ->check(CLI::Number.description(""))
         ->required();
     command->add_flag("--grow", options->grow, "Make the page large enough for all of the turned one");
     command->callback([options] {

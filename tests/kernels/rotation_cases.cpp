@@ -1,0 +1,154 @@
+#include "kernels/kernel_test.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace lxtest
+{
+
+namespace
+{
+
+// Some columns of n rows of `bytesPerColumn` bytes, or as many as find room; either area may be walked upwards.
+template <class Transpose>
+void transposeBlock(KernelBench& bench, size_t rows, size_t bytesPerColumn, Transpose transpose)
+{
+    const auto room = static_cast<uint32_t>(28000 / std::max<size_t>(rows * bytesPerColumn, 1));
+    const size_t columns = rows == 0 ? 0 : bench.random().below(std::min(room, 70U) + 1);
+    if (columns == 0)
+        return;
+    const bool up[2] = {bench.random().chance(50), bench.random().chance(50)};
+    const auto walked = [](auto* first, size_t count, size_t step, bool upwards) {
+        return std::pair(upwards ? first + (count - 1) * step : first,
+                         upwards ? -static_cast<ptrdiff_t>(step) : static_cast<ptrdiff_t>(step));
+    };
+    const size_t sourceStep = columns * bytesPerColumn;
+    const size_t destinationStep = rows * bytesPerColumn;
+    const auto [source, down] = walked(bench.bytes(rows * sourceStep), rows, sourceStep, up[0]);
+    const auto [destination, across] = walked(bench.to(columns * destinationStep), columns, destinationStep, up[1]);
+    transpose({source, down, destination, across, static_cast<ptrdiff_t>(rows), static_cast<ptrdiff_t>(columns), 0});
+}
+
+// Rows that fill n % 65 destination bytes.
+void transposePacked(KernelBench& bench, size_t n, size_t perByte, void (*transpose)(const lx::TransposeBlock&))
+{
+    const size_t groups = n % (lx::TransposeKernels::strip + 1);
+    const size_t rows = groups * perByte;
+    if (rows == 0)
+        return;
+    const auto phase = bench.random().below(static_cast<uint32_t>(perByte));
+    const size_t columns = 1 + bench.random().below(300);
+    const size_t sourceStep = (phase + columns + perByte - 1) / perByte;
+    transpose({bench.bytes(rows * sourceStep), static_cast<ptrdiff_t>(sourceStep), bench.to(columns * groups),
+               static_cast<ptrdiff_t>(groups), static_cast<ptrdiff_t>(rows), static_cast<ptrdiff_t>(columns), phase});
+}
+
+struct Runs {
+    std::vector<lx::PixelRun> runs;
+    lx::RunRow row;
+};
+
+// Runs from one line that bring n pixels.
+Runs randomRuns(KernelBench& bench, size_t n, size_t bitsPerPixel)
+{
+    const uint32_t width = 1 + bench.random().below(600);
+    const unsigned phase = bitsPerPixel < 8 ? bench.random().below(static_cast<uint32_t>(8 / bitsPerPixel)) : 0;
+    const size_t lineBytes = ((phase + width) * bitsPerPixel + 7) / 8;
+    const uint8_t* line = bench.bytes(lineBytes);
+    Runs all = {{}, {nullptr, 0, n, lineBytes, phase, static_cast<ptrdiff_t>(bench.random().below(1 << 20))}};
+    for (size_t left = n; left != 0; left -= all.runs.back().count) {
+        const uint32_t column = bench.random().below(width);
+        const auto most = static_cast<uint32_t>(std::min<size_t>(left, width - column));
+        const uint32_t count = 1 + bench.random().below(bench.random().chance(80) ? std::min(most, 30U) : most);
+        all.runs.push_back({line, column, count});
+    }
+    all.row.runs = all.runs.data();
+    all.row.count = all.runs.size();
+    return all;
+}
+
+// n pixels on a slanted line through the middle of a square of pixels, all of them inside.
+lx::SlantedRow randomSlant(KernelBench& bench, size_t n, size_t bitsPerPixel)
+{
+    constexpr size_t side = 64; // and as many pixels from end to end, so that every slope stays inside
+    const size_t step = side * bitsPerPixel / 8;
+    const uint8_t* square = bench.bytes(side * step);
+    const double angle = bench.random().unit() * 7;
+    const double reach = n > 60 ? 60.0 / static_cast<double>(n) : 1; // pixels of the source per pixel
+    return {.centre = square + side / 2 * step,
+            .step = static_cast<ptrdiff_t>(step),
+            .column = side / 2,
+            .cosine = std::cos(angle) * reach,
+            .sine = std::sin(angle) * reach,
+            .offsetX = bench.random().unit(),
+            .offsetY = bench.random().unit(),
+            .first = -std::floor(static_cast<double>(n) / 2)};
+}
+
+using Pick = void (*)(const lx::SlantedRow&, uint8_t*, size_t);
+
+void pickPixels(KernelBench& bench, size_t n, size_t bitsPerPixel, Pick pick)
+{
+    const lx::SlantedRow row = randomSlant(bench, n, bitsPerPixel);
+    pick(row, bench.to(n), n);
+}
+
+void copyPacked(const lx::Kernels& kernels, KernelBench& bench, size_t n, unsigned bits)
+{
+    const Runs all = randomRuns(bench, n, bits);
+    const unsigned phase = bench.random().below(8 / bits);
+    kernels.runs->copyPacked(all.row, bits, bench.to(n == 0 ? 1 : ((phase + n) * bits + 7) / 8), phase);
+}
+
+} // namespace
+
+const std::vector<KernelCase> rotationKernelCases = {
+    {"transposeBytes", [](const lx::Kernels& kernels, KernelBench& bench,
+                          size_t n) { transposeBlock(bench, n, 1, kernels.transpose->bytes); }},
+    {"transposeTriples",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         const bool swap = bench.random().chance(50);
+         transposeBlock(bench, n, 3, [&](const lx::TransposeBlock& block) { kernels.transpose->triples(block, swap); });
+     }},
+    {"transposeNibbles", [](const lx::Kernels& kernels, KernelBench& bench,
+                            size_t n) { transposePacked(bench, n, 2, kernels.transpose->nibbles); }},
+    {"transposeBits", [](const lx::Kernels& kernels, KernelBench& bench,
+                         size_t n) { transposePacked(bench, n, 8, kernels.transpose->bits); }},
+    {"reverseBytes", [](const lx::Kernels& kernels, KernelBench& bench,
+                        size_t n) { kernels.reverse->bytes(bench.bytes(n), bench.to(n), n); }},
+    {"reverseTriples",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         kernels.reverse->triples(bench.bytes(3 * n), bench.to(3 * n), n, bench.random().chance(50));
+     }},
+    {"reverseNibbles", [](const lx::Kernels& kernels, KernelBench& bench,
+                          size_t n) { kernels.reverse->nibbles(bench.bytes(n), bench.to(n), n); }},
+    {"reverseBits", [](const lx::Kernels& kernels, KernelBench& bench,
+                       size_t n) { kernels.reverse->bits(bench.bytes(n), bench.to(n), n); }},
+    {"copyRunsOfBits",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) { copyPacked(kernels, bench, n, 1); }},
+    {"copyRunsOfNibbles",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) { copyPacked(kernels, bench, n, 4); }},
+    {"copyRunsOfBytes",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         const Runs all = randomRuns(bench, n, 8);
+         kernels.runs->copyBytes(all.row, bench.to(n));
+     }},
+    {"copyRunsOfTriples",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         const Runs all = randomRuns(bench, n, 24);
+         kernels.runs->copyTriples(all.row, bench.to(3 * n), bench.random().chance(50));
+     }},
+    {"pickBits",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) { pickPixels(bench, n, 1, kernels.runs->pickBits); }},
+    {"pickNibbles", [](const lx::Kernels& kernels, KernelBench& bench,
+                       size_t n) { pickPixels(bench, n, 4, kernels.runs->pickNibbles); }},
+    {"pickBytes", [](const lx::Kernels& kernels, KernelBench& bench,
+                     size_t n) { pickPixels(bench, n, 8, kernels.runs->pickBytes); }},
+    {"pickTriples",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         const lx::SlantedRow row = randomSlant(bench, n, 24);
+         kernels.runs->pickTriples(row, bench.to(3 * n), n, bench.random().chance(50));
+     }},
+};
+
+} // namespace lxtest

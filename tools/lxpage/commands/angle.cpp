@@ -1,0 +1,97 @@
+// `lxpage angle`: by how many degrees pages lie askew.
+
+#include "error.h"
+#include "files/page_file.h"
+#include "progress_bar.h"
+#include "slant.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+
+namespace lxpage
+{
+
+void addAngle(CLI::App& app);
+
+namespace
+{
+
+struct Options {
+    std::vector<std::string> inputs;
+    bool json = false;
+};
+
+std::string quoted(const std::string& text)
+{
+    std::string result = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\') {
+            result += '\\';
+            result += c;
+        } else if (static_cast<unsigned char>(c) < 0x20) {
+            char code[8];
+            std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c));
+            result += code;
+        } else {
+            result += c;
+        }
+    }
+    return result + '"';
+}
+
+void printJson(const std::string& path, unsigned page, const Slant& slant, bool isFirst)
+{
+    const auto point = [](const char* name, const Slant::Point& at) {
+        std::printf(", \"%s\": [%u, %u]", name, at.column, at.row);
+    };
+    std::printf("%s\n  {\"file\": %s, \"page\": %u, \"degrees\": %.6f, \"measuredOn\": [%u, %u]", isFirst ? "" : ",",
+                quoted(path).c_str(), page, slant.angle, slant.width, slant.height);
+    point("bandFirst", slant.bandFirst);
+    point("bandLast", slant.bandLast);
+    point("startA", slant.startA);
+    point("endA", slant.endA);
+    point("startB", slant.startB);
+    point("endB", slant.endB);
+    std::printf("}");
+}
+
+void printAngles(const Options& options)
+{
+    bool isFirst = true;
+    for (const std::string& path : options.inputs) {
+        const auto source = openPages(path);
+        for (unsigned index = 0; index < source->count(); ++index) {
+            const Image page = source->read(index);
+            Slant slant;
+            {
+                ProgressBar bar("angle");
+                slant = measureSlant(page, bar.part(0, 1));
+            }
+            if (options.json) {
+                std::printf("%s", isFirst ? "[" : "");
+                printJson(path, index + 1, slant, isFirst);
+            } else {
+                const std::string suffix = source->count() > 1 ? ", page " + std::to_string(index + 1) : "";
+                std::printf("%8.3f  %s%s\n", slant.angle, path.c_str(), suffix.c_str());
+            }
+            isFirst = false;
+        }
+    }
+    if (options.json) {
+        std::printf("\n]\n");
+    }
+}
+
+} // namespace
+
+void addAngle(CLI::App& app)
+{
+    CLI::App* command = app.add_subcommand("angle", "Tell the degrees clockwise that straighten each page");
+    const auto options = std::make_shared<Options>();
+    command->add_option("IN", options->inputs, "Pictures to read: TIFF, PNG, JPEG or PNM")->required()->type_name("");
+    command->add_flag("--json", options->json, "For machines: with the band and the edges that show the angle");
+    command->callback([options] { printAngles(*options); });
+}
+
+} // namespace lxpage
