@@ -3,17 +3,29 @@
 namespace lxpage
 {
 
+void addColor(CLI::App& app);
 void addHalftone(CLI::App& app);
+void addMask(CLI::App& app);
+void addPaste(CLI::App& app);
+void addQuantize(CLI::App& app);
 void addRotate(CLI::App& app);
 void addScale(CLI::App& app);
+void addSharpen(CLI::App& app);
+void addTone(CLI::App& app);
 void addDemo(CLI::App& app);
 
 std::span<const AddCommand> commands()
 {
     static constexpr AddCommand list[] = {
+        addColor,
         addHalftone,
+        addMask,
+        addPaste,
+        addQuantize,
         addRotate,
         addScale,
+        addSharpen,
+        addTone,
         addDemo,
     };
     return list;
