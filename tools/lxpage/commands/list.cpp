@@ -3,18 +3,36 @@
 namespace lxpage
 {
 
-void addHalftone(CLI::App& app);
-void addRotate(CLI::App& app);
 void addAngle(CLI::App& app);
+void addColor(CLI::App& app);
+void addHalftone(CLI::App& app);
+void addMask(CLI::App& app);
 void addMedian(CLI::App& app);
+void addPaste(CLI::App& app);
+void addQuantize(CLI::App& app);
+void addRotate(CLI::App& app);
 void addScale(CLI::App& app);
+void addSharpen(CLI::App& app);
 void addThumbnail(CLI::App& app);
+void addTone(CLI::App& app);
 void addDemo(CLI::App& app);
 
 std::span<const AddCommand> commands()
 {
     static constexpr AddCommand list[] = {
-        addHalftone, addRotate, addAngle, addMedian, addScale, addThumbnail, addDemo,
+        addAngle,
+        addColor,
+        addHalftone,
+        addMask,
+        addMedian,
+        addPaste,
+        addQuantize,
+        addRotate,
+        addScale,
+        addSharpen,
+        addThumbnail,
+        addTone,
+        addDemo,
     };
     return list;
 }

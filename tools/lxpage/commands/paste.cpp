@@ -1,0 +1,79 @@
+// `lxpage paste`: another picture put into the page, all of it or all but one colour.
+
+#include "error.h"
+#include "files/page_file.h"
+#include "page_run.h"
+#include "retype.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace lxpage
+{
+
+void addPaste(CLI::App& app);
+
+namespace
+{
+
+struct Options {
+    FileArguments files;
+    std::string picture;
+    std::string at = "0,0";
+    std::string key;
+    uint32_t tolerance = 0;
+};
+
+Image pasted(const Image& page, const Image& picture, const Options& options, ProgressBar& bar)
+{
+    Image result = toPlain(page);
+    const std::vector<uint32_t> corner = numbersFrom("--at", options.at, 2, kMaxSide);
+    if (corner[0] >= page.width() || corner[1] >= page.height()) {
+        throw PageError(ExitCode::Usage, "--at lies outside the page of " + std::to_string(page.width()) + " x " +
+                                             std::to_string(page.height()) + " pixels");
+    }
+    const ImageArea from = picture.area();
+    ImageArea to = result.area();
+    to.x = corner[0];
+    to.y = corner[1];
+    to.width -= corner[0];
+    to.height -= corner[1];
+    const bool useKey = !options.key.empty();
+    const std::vector<uint8_t> key = colorFrom("--key", useKey ? options.key : "0,0,0");
+    expectOk(lxSynthesizeToSpecificationArea(useKey, &from, &picture.palette, key.data(), options.tolerance, &to,
+                                             bar.part(0, 1)),
+             "lxSynthesizeToSpecificationArea");
+    return result;
+}
+
+} // namespace
+
+void addPaste(CLI::App& app)
+{
+    CLI::App* command = app.add_subcommand("paste", "Put another picture into the page");
+    const auto options = std::make_shared<Options>();
+    addFileArguments(*command, options->files);
+    command->add_option("--picture", options->picture, "The file to paste; its first page is taken")->required();
+    command->add_option("--at", options->at, "Where its top left corner goes")->type_name("X,Y")->capture_default_str();
+    command->add_option("--key", options->key, "Leave out pixels of this colour")->type_name("R,G,B");
+    command
+        ->add_option("--tolerance", options->tolerance,
+                     "How far levels may be from the key's and still be left out, in gray\n"
+                     "and full-colour pictures")
+        ->check(CLI::Range(0u, 255u).description(""))
+        ->capture_default_str();
+    command->callback([command, options] {
+        if (command->count("--tolerance") > 0 && options->key.empty()) {
+            throw PageError(ExitCode::Usage, "--tolerance belongs to --key");
+        }
+        numbersFrom("--at", options->at, 2, kMaxSide);
+        if (!options->key.empty()) {
+            colorFrom("--key", options->key);
+        }
+        const Image picture = readPage(options->picture);
+        processPages(options->files, "paste",
+                     [&](const Image& page, ProgressBar& bar) { return pasted(page, picture, *options, bar); });
+    });
+}
+
+} // namespace lxpage
