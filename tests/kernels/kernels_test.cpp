@@ -17,6 +17,7 @@ namespace
 const std::vector<KernelCase>* const topics[] = {
     &bitKernelCases,
     &colorKernelCases,
+    &medianKernelCases,
     &pixelKernelCases,
     &rotationKernelCases,
     &windowKernelCases,
