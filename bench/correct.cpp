@@ -1,4 +1,4 @@
-// Corrections of tone, colour and sharpness.
+// Corrections of tone, colour, sharpness and noise.
 #include "families.h"
 
 namespace bench
@@ -41,6 +41,13 @@ AreaWork sharpening(const MTFParameters& parameters)
     };
 }
 
+AreaWork median(uint32_t strength)
+{
+    return [strength](const ImageArea* source, const ImageArea* destination) {
+        return lxMedianFiltering(strength, source, destination, nullptr);
+    };
+}
+
 } // namespace
 
 void addCorrections(Operations& operations)
@@ -60,6 +67,17 @@ void addCorrections(Operations& operations)
     operations.add("MTF separated, gray, in double", grayPage, grayPage, {}, sharpening(small));
     operations.add("MTF cross, gray", grayPage, grayPage, {0.12, 0.025}, sharpening(cross));
     operations.add("MTF cross, colour", colorPage, colorPage, {0.35, 0.130}, sharpening(cross));
+
+    constexpr uint32_t onePass = 0, everySecond = 4;
+    operations.add("median, gray", grayPage, grayPage, {0.06, 0.020}, median(onePass));
+    operations.add("median, colour", colorPage, colorPage, {0.16, 0.125}, median(onePass));
+    operations.add("majority, bilevel", bilevelPage, bilevelPage, {0.01, 0.003}, median(onePass));
+    operations.add("majority, bilevel, x = 3", {IMAGE_TYPE_BW, pageWidth, pageHeight, 3}, bilevelPage, {},
+                   median(onePass));
+    operations.add("majority, 8 colours", {IMAGE_TYPE_8RGB}, {IMAGE_TYPE_8RGB}, {}, median(onePass));
+    operations.add("median, gray, every second pixel", grayPage, grayPage, {}, median(everySecond));
+    operations.addInPlace("median, gray, in place", grayPage, {},
+                          [](const ImageArea* area) { return lxMedianFiltering(onePass, area, area, nullptr); });
 }
 
 } // namespace bench

@@ -16,6 +16,7 @@ void addPaletteColors(Operations& operations);
 void addCorrections(Operations& operations);
 void addCompositing(Operations& operations);
 void addRotations(Operations& operations);
+void addSlant(Operations& operations);
 void addBilevelScaling(Operations& operations);
 
 // Each returns its library's name and version.

@@ -117,6 +117,7 @@ int main(int count, char** arguments)
     addMultilevelScaling(operations);
     addThumbnails(operations);
     addRotations(operations);
+    addSlant(operations);
     addBilevelScaling(operations);
     addPeers(operations);
     for (const Operation& operation : operations.all()) {

@@ -233,6 +233,24 @@ void addBilevelScalingPeers(Operations& operations)
     add("majority to 600 dpi", [](Pix* source) { return pixExpandBinaryPower2(source, 2); });
 }
 
+// Any skew of the page's text, by the sharpness of its lines; the bar is not looked for.
+Pix* thresholdAndFindSkew(Pix* source)
+{
+    Pix* bits = pixThresholdToBinary(source, 192);
+    l_float32 angle = 0, confidence = 0;
+    pixFindSkew(bits, &angle, &confidence);
+    return bits;
+}
+
+void addNoiseAndSlantPeers(Operations& operations)
+{
+    operations.addPeer("majority, bilevel", "Leptonica", fromPage(IMAGE_TYPE_BW, [](Pix* source) {
+                           constexpr int reach = 1;
+                           return pixBlockrank(source, nullptr, reach, reach, 0.5F);
+                       }));
+    operations.addPeer("slant, gray", "Leptonica", fromPage(IMAGE_TYPE_256GRAY, thresholdAndFindSkew));
+}
+
 } // namespace
 
 std::string addLeptonica(Operations& operations)
@@ -241,6 +259,7 @@ std::string addLeptonica(Operations& operations)
     addPastePeers(operations);
     addRotationPeers(operations);
     addBilevelScalingPeers(operations);
+    addNoiseAndSlantPeers(operations);
     const std::unique_ptr<char, decltype(&lept_free)> version(getLeptonicaVersion(), lept_free);
     return version.get();
 }

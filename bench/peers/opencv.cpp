@@ -178,6 +178,10 @@ void addCorrectionPeers(Operations& operations)
         operations.addPeer("MTF cross, " + name, "OpenCV, one linear kernel", fromPage(type, sharpening(-0.07F, 0.02F)),
                            Job::Rougher);
     };
+    const auto median = [](const cv::Mat& source, cv::Mat& result) { cv::medianBlur(source, result, 3); };
+    operations.addPeer("median, gray", "OpenCV", fromPage(IMAGE_TYPE_256GRAY, median));
+    operations.addPeer("median, colour", "OpenCV", fromPage(IMAGE_TYPE_16MRGB, median));
+    operations.addPeer("majority, bilevel", "OpenCV on bytes", fromPage(IMAGE_TYPE_BW, median), Job::Rougher);
     addSharpening("gray", IMAGE_TYPE_256GRAY);
     addSharpening("colour", IMAGE_TYPE_16MRGB);
 }

@@ -106,20 +106,9 @@ class EdgeWalks
     // Whether the points can be trusted to lie on one straight edge of the band.
     bool isEdge(const Edge& edge) const
     {
-        return edge.start.place < edge.end.place && edge.end.place - edge.start.place >= sixth() && !isNoise(edge) &&
+        constexpr uint32_t shortest = 115; // one line more or less makes half a degree here
+        return edge.start.place + std::max(sixth(), shortest) <= edge.end.place &&
                isBorder(edge, edge.start.place, edge.end.place) && isBorder(edge, band_.firstPlace, lastPlace());
-    }
-
-    // Dots on a level edge can lift all that follows by a line, seldom by two. Such a step is taken for a slope only if
-    // the points are so far apart that the angle is small, or that no step has them there.
-    bool isNoise(const Edge& edge) const
-    {
-        constexpr double tenthOfDegree = 573.0; // places over which an edge of that slant rises by one line
-        const double rise = difference(edge.start.line, edge.end.line);
-        const double along = difference(edge.start.place, edge.end.place);
-        if (rise == 1.0)
-            return along < tenthOfDegree;
-        return rise == 2.0 && along < difference(band_.firstPlace, band_.lastPlace) / 2.0;
     }
 
     // Whether the band begins along the line through the two points, from one place to another: dark on the inside and
@@ -150,6 +139,23 @@ class EdgeWalks
     const Band& band_;
     const Side side_;
 };
+
+// Lines by which the edge falls from its start to its end.
+int64_t fallOf(const Edge& edge)
+{
+    return int64_t{edge.end.line} - edge.start.line;
+}
+
+// Dots on a level edge can shift all that follows by a line, seldom by two, but hardly those on the other edge as well.
+// A fall of one line counts only where the angle is small, and one of two lines only if the other edge falls, too.
+bool isNoise(const Edge& edge, const Edge& other)
+{
+    constexpr double tenthOfDegree = 573.0; // places over which an edge of that slant falls by one line
+    const int64_t fall = fallOf(edge);
+    if (fall == 1 || fall == -1)
+        return difference(edge.start.place, edge.end.place) < tenthOfDegree;
+    return (fall == 2 && fallOf(other) <= 0) || (fall == -2 && fallOf(other) >= 0);
+}
 
 struct Slope {
     double angle;
@@ -186,8 +192,9 @@ double choose(const Slope& a, const Slope& b)
 BandEdges findEdges(const BandImage& image, const Band& band) noexcept
 {
     const uint32_t lines = band.lastLine - band.firstLine + 1;
-    return {EdgeWalks(image, band, {band.firstLine, lines, 1U}).find(),
-            EdgeWalks(image, band, {band.lastLine, lines, ~0U}).find()};
+    const Edge a = EdgeWalks(image, band, {band.firstLine, lines, 1U}).find();
+    const Edge b = EdgeWalks(image, band, {band.lastLine, lines, ~0U}).find();
+    return {isNoise(a, b) ? Edge{} : a, isNoise(b, a) ? Edge{} : b};
 }
 
 double angleOfEdges(const BandEdges& edges, bool vertical) noexcept

@@ -81,6 +81,7 @@ struct KernelCase {
 // Tables of the topics; add yours to the list in kernels_test.cpp.
 extern const std::vector<KernelCase> bitKernelCases;
 extern const std::vector<KernelCase> colorKernelCases;
+extern const std::vector<KernelCase> medianKernelCases;
 extern const std::vector<KernelCase> pixelKernelCases;
 extern const std::vector<KernelCase> rotationKernelCases;
 extern const std::vector<KernelCase> windowKernelCases;

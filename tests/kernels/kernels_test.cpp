@@ -15,7 +15,7 @@ namespace
 {
 
 const std::vector<KernelCase>* const topics[] = {
-    &bitKernelCases, &colorKernelCases, &pixelKernelCases, &rotationKernelCases, &windowKernelCases,
+    &bitKernelCases, &colorKernelCases, &medianKernelCases, &pixelKernelCases, &rotationKernelCases, &windowKernelCases,
 };
 
 constexpr size_t margin = 64; // bytes that are watched on either side of a buffer

@@ -20,19 +20,8 @@ void addDemo(CLI::App& app);
 std::span<const AddCommand> commands()
 {
     static constexpr AddCommand list[] = {
-        addAngle,
-        addColor,
-        addHalftone,
-        addMask,
-        addMedian,
-        addPaste,
-        addQuantize,
-        addRotate,
-        addScale,
-        addSharpen,
-        addThumbnail,
-        addTone,
-        addDemo,
+        addAngle,  addColor, addHalftone, addMask,      addMedian, addPaste, addQuantize,
+        addRotate, addScale, addSharpen,  addThumbnail, addTone,   addDemo,
     };
     return list;
 }

@@ -1,0 +1,45 @@
+// Kernels of the 3 x 3 rank filter.
+
+#include "kernels/kernel_test.h"
+
+namespace lxtest
+{
+
+namespace
+{
+
+// Three rows of n bytes, with `beside` readable bytes more on both sides.
+template <class Filter>
+void filterRows(KernelBench& bench, size_t n, size_t beside, Filter filter)
+{
+    const uint8_t* rows[3];
+    for (const uint8_t*& row : rows)
+        row = bench.bytes(n + 2 * beside) + beside;
+    filter(rows, bench.to(n));
+}
+
+} // namespace
+
+const std::vector<KernelCase> medianKernelCases = {
+    {"sixthOfNine",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         for (const size_t stride : {size_t{1}, size_t{3}})
+             filterRows(bench, n, stride, [&](const uint8_t* const* rows, uint8_t* to) {
+                 kernels.median->sixthOfNine(rows[0], rows[1], rows[2], to, n, stride);
+             });
+     }},
+    {"majorityOfBits",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         filterRows(bench, n, 1, [&](const uint8_t* const* rows, uint8_t* to) {
+             kernels.median->majorityOfBits(rows[0], rows[1], rows[2], to, n);
+         });
+     }},
+    {"majorityOfNibbles",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         filterRows(bench, n, 1, [&](const uint8_t* const* rows, uint8_t* to) {
+             kernels.median->majorityOfNibbles(rows[0], rows[1], rows[2], to, n);
+         });
+     }},
+};
+
+} // namespace lxtest
