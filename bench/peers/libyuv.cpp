@@ -48,6 +48,10 @@ Prepare scaledPlanes(uint16_t type, uint32_t width, uint32_t height, libyuv::Fil
                                    filter);
             }
             return true;
+        };
+    };
+}
+
 Prepare turn(libyuv::RotationMode mode)
 {
     return [mode]() -> Run {
@@ -80,6 +84,8 @@ void addScalingPeers(Operations& operations)
     operations.addPeer("thumbnail, gray", "libyuv", scaledPlanes(IMAGE_TYPE_256GRAY, 200, 283, libyuv::kFilterBox));
     operations.addPeer("thumbnail, colour", "libyuv on planes",
                        scaledPlanes(IMAGE_TYPE_16MRGB, 200, 283, libyuv::kFilterBox));
+}
+
 void addRotationPeers(Operations& operations)
 {
     operations.addPeer("turn gray by 90", "libyuv", turn(libyuv::kRotate90));

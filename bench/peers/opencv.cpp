@@ -140,7 +140,9 @@ void addScalingPeers(Operations& operations)
     }
     operations.addPeer("thumbnail, colour", "OpenCV", fromPage(IMAGE_TYPE_16MRGB, resize(200, 283, cv::INTER_AREA)));
     operations.addPeer("thumbnail, gray", "OpenCV", fromPage(IMAGE_TYPE_256GRAY, resize(200, 283, cv::INTER_AREA)));
-    auto tone()
+}
+
+auto tone()
 {
     cv::Mat table(1, 256, CV_8UC1);
     for (int level = 0; level < 256; ++level) {
@@ -207,37 +209,37 @@ void addCompositingPeers(Operations& operations)
 }
 
 auto turn(int code)
-    {
-        return [code](const cv::Mat& source, cv::Mat& result) { cv::rotate(source, result, code); };
-    }
+{
+    return [code](const cv::Mat& source, cv::Mat& result) { cv::rotate(source, result, code); };
+}
 
-    // Nearest pixels, and the destination's own background where there is none.
-    auto turnByAngle(double degrees)
-    {
-        const cv::Mat matrix = cv::getRotationMatrix2D({pageWidth / 2.0F, pageHeight / 2.0F}, -degrees, 1);
-        return [matrix](const cv::Mat& source, cv::Mat& result) {
-            result.create(source.size(), source.type());
-            cv::warpAffine(source, result, matrix, source.size(), cv::INTER_NEAREST, cv::BORDER_TRANSPARENT);
-        };
-    }
+// Nearest pixels, and the destination's own background where there is none.
+auto turnByAngle(double degrees)
+{
+    const cv::Mat matrix = cv::getRotationMatrix2D({pageWidth / 2.0F, pageHeight / 2.0F}, -degrees, 1);
+    return [matrix](const cv::Mat& source, cv::Mat& result) {
+        result.create(source.size(), source.type());
+        cv::warpAffine(source, result, matrix, source.size(), cv::INTER_NEAREST, cv::BORDER_TRANSPARENT);
+    };
+}
 
-    void addRotationPeers(Operations & operations)
-    {
-        constexpr struct {
-            const char* name;
-            uint16_t type;
-        } formats[] = {{"gray", IMAGE_TYPE_256GRAY}, {"colour", IMAGE_TYPE_16MRGB}};
-        for (const auto& [name, type] : formats) {
-            const std::string prefix = std::string("turn ") + name + " by ";
-            operations.addPeer(prefix + "90", "OpenCV", fromPage(type, turn(cv::ROTATE_90_CLOCKWISE)));
-            operations.addPeer(prefix + "180", "OpenCV", fromPage(type, turn(cv::ROTATE_180)));
-            operations.addPeer(prefix + "270", "OpenCV", fromPage(type, turn(cv::ROTATE_90_COUNTERCLOCKWISE)));
-            for (const char* degrees : {"0.3", "2.3", "30"}) {
-                operations.addPeer(prefix + degrees + " degrees", "OpenCV",
-                                   fromPage(type, turnByAngle(std::stod(degrees))));
-            }
+void addRotationPeers(Operations& operations)
+{
+    constexpr struct {
+        const char* name;
+        uint16_t type;
+    } formats[] = {{"gray", IMAGE_TYPE_256GRAY}, {"colour", IMAGE_TYPE_16MRGB}};
+    for (const auto& [name, type] : formats) {
+        const std::string prefix = std::string("turn ") + name + " by ";
+        operations.addPeer(prefix + "90", "OpenCV", fromPage(type, turn(cv::ROTATE_90_CLOCKWISE)));
+        operations.addPeer(prefix + "180", "OpenCV", fromPage(type, turn(cv::ROTATE_180)));
+        operations.addPeer(prefix + "270", "OpenCV", fromPage(type, turn(cv::ROTATE_90_COUNTERCLOCKWISE)));
+        for (const char* degrees : {"0.3", "2.3", "30"}) {
+            operations.addPeer(prefix + degrees + " degrees", "OpenCV",
+                               fromPage(type, turnByAngle(std::stod(degrees))));
         }
     }
+}
 
 } // namespace
 
