@@ -64,11 +64,16 @@ void pickWide(const uint8_t* source, uint8_t* destination, const PickGroup& grou
 
 #endif
 
-void pick(const uint8_t* LX_RESTRICT source, uint32_t first, uint8_t* LX_RESTRICT destination, const PickGroup* groups,
-          size_t count)
+void pick(const uint8_t* LX_RESTRICT source, uint32_t first, ptrdiff_t ahead, uint8_t* LX_RESTRICT destination,
+          const PickGroup* groups, size_t count)
 {
     for (const PickGroup* group = groups; group != groups + count; ++group) {
         const uint8_t* LX_RESTRICT from = source + (group->base - first);
+        if (ahead != 0) {
+            for (unsigned k = 0; k <= group->last; k += 64)
+                __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from + k) +
+                                                                 static_cast<uintptr_t>(ahead)));
+        }
 #if defined(LX_LEVEL_v4)
         // A few bytes far apart are better fetched one by one.
         if (group->count >= 8) {

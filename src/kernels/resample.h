@@ -55,8 +55,11 @@ struct TapGroup {
 };
 
 struct ResampleKernels {
-    // Groups one after the other: destination[k] = source[base - first + offsets[k]].
-    void (*pick)(const uint8_t* source, uint32_t first, uint8_t* destination, const PickGroup* groups, size_t count);
+    // Groups one after the other: destination[k] = source[base - first + offsets[k]]. What lies `ahead` bytes further
+    // on is asked for in advance if `ahead` is not 0: a line that comes after some that are skipped is no surprise
+    // then.
+    void (*pick)(const uint8_t* source, uint32_t first, ptrdiff_t ahead, uint8_t* destination, const PickGroup* groups,
+                 size_t count);
 
     // sums[i] = source[i] + source[step + i] + ..., `rows` terms, at most 257.
     void (*sumRows)(const uint8_t* source, ptrdiff_t step, unsigned rows, uint16_t* sums, size_t components);

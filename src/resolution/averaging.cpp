@@ -164,8 +164,8 @@ class RampLine
             const uint32_t base = groups[0].base;
             const uint32_t components = (count - 1) * groups[0].count + last.count;
             fetch(plan.picks.sourceFirst + base / Channels, (last.base + last.last - base) / Channels + 1, lines);
-            kernels_.pick(pixels_, base, from_, groups, count);
-            kernels_.pick(pixels_ + Channels, base, to_, groups, count);
+            kernels_.pick(pixels_, base, 0, from_, groups, count);
+            kernels_.pick(pixels_ + Channels, base, 0, to_, groups, count);
             kernels_.rampEach(from_, to_, out, components, times, runs_.shortest());
             out += components;
             times += components;

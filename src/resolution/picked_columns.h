@@ -51,8 +51,9 @@ struct PickedColumns {
             sourceFirst = pixel;
         const uint32_t component = (pixel - sourceFirst) * Channels;
         PickGroup* group = groupCount != 0 ? &groups[groupCount - 1] : nullptr;
+        // A group that is nearly full had better stay within 128 components, which are looked up in one step.
         if (group == nullptr || group->count + Channels > PickGroup::lanes ||
-            component + Channels - 1 - group->base > 255) {
+            component + Channels - 1 - group->base > (group->count < 48 ? 255 : 127)) {
             group = &groups[groupCount++];
             group->base = component;
             group->count = 0;

@@ -22,13 +22,15 @@ class PickedLine
     {
     }
 
-    uint32_t make(uint32_t j, uint32_t line) noexcept
+    // `next` is the source line of the line to be made after this one.
+    uint32_t make(uint32_t j, uint32_t line, uint32_t next) noexcept
     {
+        const ptrdiff_t ahead = next - line > 1 && next < source_.height() ? source_.row(next) - source_.row(line) : 0;
         columns_.forEach([&](const PickedColumns<Channels>& plan) {
             if constexpr (Packed)
                 pickPacked(plan, j, line);
             else
-                kernels_.pick(source_.at(plan.sourceFirst, line), 0, destination_.at(plan.first, j), plan.groups,
+                kernels_.pick(source_.at(plan.sourceFirst, line), 0, ahead, destination_.at(plan.first, j), plan.groups,
                               plan.groupCount);
         });
         return reached_;
@@ -52,7 +54,8 @@ class PickedLine
                 sourcePixels = reach;
             }
             const uint8_t* in = reader_.read(plan.sourceFirst + begin->base, line, sourcePixels);
-            kernels_.pick(in, begin->base, writer_.open(first, j, pixels), begin, static_cast<size_t>(group - begin));
+            kernels_.pick(in, begin->base, 0, writer_.open(first, j, pixels), begin,
+                          static_cast<size_t>(group - begin));
             writer_.close();
             first += pixels;
         }
@@ -75,12 +78,12 @@ void sampleLines(const AreaView& source, const AreaView& destination, ProgressCa
     uint32_t sourceLine = 0;
     const auto makeLine = [&](uint32_t j, Span lines) {
         sourceLine = lines.start;
-        return line.make(j, sourceLine);
+        return line.make(j, sourceLine, sourceLine + lines.length);
     };
     // To pick a line anew is quicker than to read back what has just been written, unless it has to be packed.
     const auto pickAgain = [&](Span run, uint32_t) {
         for (uint32_t t = 1; t < run.length; ++t)
-            line.make(run.start + t, sourceLine);
+            line.make(run.start + t, sourceLine, sourceLine);
     };
     const PassShares shares = passShares(source, destination);
     if constexpr (Packed)

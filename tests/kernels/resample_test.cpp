@@ -51,8 +51,8 @@ TEST(ResampleKernels, PickGroupsOfEverySpan)
             const auto source = noise(random, size_t{group.base} - first + group.last + 1);
             std::vector<uint8_t> expected(group.count);
             std::vector<uint8_t> actual(group.count);
-            portable.pick(source.data(), first, expected.data(), &group, 1);
-            kernels.pick(source.data(), first, actual.data(), &group, 1);
+            portable.pick(source.data(), first, 0, expected.data(), &group, 1);
+            kernels.pick(source.data(), first, 0, actual.data(), &group, 1);
             ASSERT_EQ(expected, actual);
         }
     });
