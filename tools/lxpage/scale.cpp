@@ -119,6 +119,11 @@ ScaleMethod suitableMethod(const Image& page)
     return page.type() == IMAGE_TYPE_BW ? ScaleMethod::Majority : ScaleMethod::Averaging;
 }
 
+bool takes(ScaleMethod method, const Image& page)
+{
+    return page.type() == IMAGE_TYPE_BW || !entryOf(method).bilevelOnly;
+}
+
 PageSize scaledSize(const Image& page, const ScaleTarget& target)
 {
     const double width = page.width();
@@ -141,7 +146,7 @@ Image scale(const Image& page, ScaleMethod method, const PageSize& size, Progres
 {
     const NamedMethod& named = entryOf(method);
     const bool bilevel = page.type() == IMAGE_TYPE_BW;
-    if (named.bilevelOnly && !bilevel) {
+    if (!takes(method, page)) {
         throw PageError(ExitCode::Usage,
                         std::string(named.name) + " is for bilevel pages, and this one is " + typeName(page.type()));
     }

@@ -20,6 +20,9 @@ ScaleMethod scaleMethodNamed(const std::string& name);
 // The method that suits a page: majority for bilevel pages, averaging for all others.
 ScaleMethod suitableMethod(const Image& page);
 
+// Some methods are for bilevel pages alone.
+bool takes(ScaleMethod method, const Image& page);
+
 // A page's new size. One of the three is asked for.
 struct ScaleTarget {
     double factor = 0;

@@ -5,6 +5,7 @@
 #include "gray.h"
 #include "halftone.h"
 #include "sample/sample_page.h"
+#include "scale.h"
 
 #include <CLI/CLI.hpp>
 #include <chrono>
@@ -118,6 +119,19 @@ void showHalftones(Demo& demo, const Image& page)
     show("diffusion-random.png", settings);
 }
 
+// A third of the page by every method, side by side.
+void showScaling(Demo& demo, const Image& page, const char* kind)
+{
+    const PageSize third = scaledSize(page, {.factor = 1.0 / 3});
+    for (const std::string& name : scaleMethodNames()) {
+        const ScaleMethod method = scaleMethodNamed(name);
+        if (takes(method, page)) {
+            demo.make(std::string("scaled-") + kind + "-" + name + ".png",
+                      [&](ProgressBar& bar) { return scale(page, method, third, bar); });
+        }
+    }
+}
+
 void showBilevel(Demo& demo, const Image& page)
 {
     const Image bilevel = demo.convert("fixed-threshold.tif", page, IMAGE_TYPE_BW,
@@ -131,6 +145,7 @@ void showBilevel(Demo& demo, const Image& page)
                      expectOk(lxImageTypeConvertToGrayscaleFromBW(windowSize, &from, &to, progress),
                               "lxImageTypeConvertToGrayscaleFromBW");
                  });
+    showScaling(demo, bilevel, "bilevel");
 }
 
 void runDemo(const Options& options)
@@ -140,6 +155,7 @@ void runDemo(const Options& options)
     showGray(demo, page);
     showHalftones(demo, page);
     showBilevel(demo, page);
+    showScaling(demo, page, "colour");
 }
 
 } // namespace
