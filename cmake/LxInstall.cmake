@@ -24,7 +24,7 @@ string(APPEND code "configure_file([==[${PROJECT_SOURCE_DIR}/cmake/lx.pc.in]==] 
 install(CODE "${code}")
 install(FILES ${PROJECT_BINARY_DIR}/lx.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-file(GLOB documents RELATIVE ${PROJECT_SOURCE_DIR}/docs CONFIGURE_DEPENDS docs/*.md)
-set(LX_DOCUMENTS README.md CHANGELOG.md SECURITY.md ${documents})
-list(TRANSFORM documents PREPEND docs/)
-install(FILES README.md CHANGELOG.md SECURITY.md ${documents} TYPE DOC)
+file(GLOB pages RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS docs/*.md)
+set(LX_DOCUMENTS README.md CHANGELOG.md SECURITY.md ${pages})
+install(FILES README.md CHANGELOG.md SECURITY.md TYPE DOC)
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
