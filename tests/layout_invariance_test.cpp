@@ -43,7 +43,7 @@ std::string caseAtHand;
 void tellCase(int)
 {
     const std::string text = "\nAccess outside of an area: " + caseAtHand + "\n";
-    [[maybe_unused]] const auto written = write(STDERR_FILENO, text.data(), text.size());
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, text.data(), static_cast<unsigned>(text.size()));
     std::_Exit(1);
 }
 

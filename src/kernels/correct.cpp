@@ -111,8 +111,8 @@ void applyCross(const Sum& sums, const NeighbourRows& rows, uint8_t* LX_RESTRICT
     const uint8_t* lower = rows.lower;
     const size_t step = rows.step;
     for (size_t k = 0; k < bytes; ++k) {
-        const int direct = upper[k] + centre[k + step] + centre[k - step] + lower[k];
-        const int diagonal = upper[k - step] + upper[k + step] + lower[k - step] + lower[k + step];
+        const int direct = upper[k] + centre[k + step] + (centre - step)[k] + lower[k];
+        const int diagonal = (upper - step)[k] + upper[k + step] + (lower - step)[k] + lower[k + step];
         const int s = direct - 4 * centre[k];
         const int d = 4 * centre[k] - diagonal;
         destination[k] = saturated(own.sum(centre[k], static_cast<float>(s), 0, static_cast<float>(d), d >= 0 ? 1 : 2));

@@ -62,7 +62,7 @@ inline void sixthBlock(const uint8_t* LX_RESTRICT upper, const uint8_t* LX_RESTR
                        const uint8_t* LX_RESTRICT lower, uint8_t* LX_RESTRICT destination, size_t n, size_t stride)
 {
     for (size_t k = 0; k < n; ++k) {
-        const Sorted left = sort3(upper[k - stride], centre[k - stride], lower[k - stride]);
+        const Sorted left = sort3((upper - stride)[k], (centre - stride)[k], (lower - stride)[k]);
         const Sorted here = sort3(upper[k], centre[k], lower[k]);
         const Sorted right = sort3(upper[k + stride], centre[k + stride], lower[k + stride]);
         destination[k] = sixth(left, here, right);

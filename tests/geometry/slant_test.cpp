@@ -26,17 +26,24 @@ void __real_free(void* memory);
 
 void* __wrap_malloc(size_t bytes)
 {
-    if (watching && --allocationToFail == 0)
+    if (!watching)
+        return __real_malloc(bytes);
+    if (--allocationToFail == 0)
         return nullptr;
     void* memory = __real_malloc(bytes);
-    if (watching)
-        held.insert(memory);
+    watching = false; // the set's own memory comes here too where the C++ library is linked statically
+    held.insert(memory);
+    watching = true;
     return memory;
 }
 
 void __wrap_free(void* memory)
 {
-    held.erase(memory);
+    if (watching) {
+        watching = false;
+        held.erase(memory);
+        watching = true;
+    }
     __real_free(memory);
 }
 }

@@ -20,7 +20,7 @@ void addGrayOperations(Operations& operations)
                           .run =
                               [](Call& call) {
                                   ColorPalette palette = paletteOf(call.source->type);
-                                  call.random.fill(palette.entries[0], 60);
+                                  call.random.fill(reinterpret_cast<uint8_t*>(palette.entries), 60);
                                   return lxImageTypeConvertToGrayscale(&palette, call.source, call.destination,
                                                                        call.progress);
                               },

@@ -1,10 +1,10 @@
 # Which names leave the library and the kernel objects.
 #
-#   cmake -DNM=... -DLIBRARY=... -DHEADER=... -DOBJECTS=a,b,... -P symbols_test.cmake
+#   cmake -DNM=... -DOBJDUMP=... -DLIBRARY=... -DHEADER=... -DOBJECTS=a,b,... -P symbols_test.cmake
 #
 # The shared library exports what the header declares, and nothing else. A kernel object defines names of its own level
 # and no weak ones, which the linker might merge into code for lesser processors; it needs nothing from outside but
-# memory copies.
+# memory copies. A DLL depends on Windows alone, and its kernels hold no vector move that faults on an unaligned stack.
 
 # One line a symbol.
 function(names_of result)
@@ -22,7 +22,13 @@ foreach(declaration IN LISTS declarations)
     list(APPEND declared ${name})
 endforeach()
 set(exported)
-names_of(symbols -D --defined-only ${LIBRARY})
+if(LIBRARY MATCHES "[.]dll$")
+    get_filename_component(directory ${LIBRARY} DIRECTORY)
+    file(STRINGS ${directory}/lx.def symbols REGEX "@")
+    list(TRANSFORM symbols STRIP)
+else()
+    names_of(symbols -D --defined-only ${LIBRARY})
+endif()
 foreach(symbol IN LISTS symbols)
     string(REGEX REPLACE " .*" "" name "${symbol}")
     list(APPEND exported ${name})
@@ -47,7 +53,7 @@ foreach(line IN LISTS symbols)
     set(type ${CMAKE_MATCH_3})
     string(LENGTH "${level}" length)
     set(ofLevel "^_ZNK?2lx${length}${level}")
-    set(copies "^(memcpy|memmove|memset|_GLOBAL_OFFSET_TABLE_)$")
+    set(copies "^(memcpy|memmove|memset|_GLOBAL_OFFSET_TABLE_|___chkstk_ms)$")
     if(NOT parts OR NOT ((type MATCHES "^[BDRTU]$" AND name MATCHES "${ofLevel}") OR
                          (type STREQUAL "U" AND name MATCHES "${copies}")))
         message(SEND_ERROR "${line}")
@@ -57,3 +63,24 @@ if(seen EQUAL 0)
     message(SEND_ERROR "no kernel objects")
 endif()
 message(STATUS "${seen} symbols of kernel objects")
+
+if(LIBRARY MATCHES "[.]dll$")
+    execute_process(COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCHALL "DLL Name: [^\n]+" needed "${headers}")
+    list(TRANSFORM needed REPLACE "DLL Name: " "")
+    message(STATUS "needs ${needed}")
+    list(REMOVE_ITEM needed KERNEL32.dll msvcrt.dll)
+    if(needed)
+        message(SEND_ERROR "more than Windows is needed: ${needed}")
+    endif()
+    execute_process(COMMAND ${OBJDUMP} -d --no-show-raw-insn ${objects} OUTPUT_VARIABLE code
+                    COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCHALL "vmov[a-z0-9]+ [^\n]*[(][^\n]*" moves "${code}")
+    set(aligned ${moves})
+    list(FILTER aligned INCLUDE REGEX "^(vmova|vmovdqa|vmovnt)[^\n]*%[yz]mm")
+    list(LENGTH moves count)
+    if(count EQUAL 0 OR aligned)
+        message(SEND_ERROR "aligned vector moves: ${aligned}")
+    endif()
+    message(STATUS "${count} vector moves from and to memory")
+endif()

@@ -16,3 +16,9 @@ extern "C" std::time_t __wrap_time(std::time_t* result)
         *result = lxtest::fixedTime;
     return lxtest::fixedTime;
 }
+
+#ifdef _WIN32
+// There, time() is an inline call through an imported pointer.
+extern "C" std::time_t (*const __wrap___imp__time64)(std::time_t*);
+std::time_t (*const __wrap___imp__time64)(std::time_t*) = __wrap_time;
+#endif

@@ -10,8 +10,11 @@
 
 #include "lx.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 #include <functional>
+#include <iterator>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -29,10 +32,17 @@ struct Call {
     std::vector<uint8_t> kept;
 
     // What else the operation writes (phases, an error buffer, an angle): must come out equal in every layout too.
-    void keep(const void* data, size_t bytes)
+    // Numbers are kept with their lowest byte first.
+    template <class Number>
+    void keep(const Number* numbers, size_t bytes)
     {
-        const auto* from = static_cast<const uint8_t*>(data);
-        kept.insert(kept.end(), from, from + bytes);
+        for (size_t k = 0; k < bytes / sizeof(Number); ++k) {
+            uint8_t number[sizeof(Number)];
+            std::memcpy(number, numbers + k, sizeof number);
+            if constexpr (std::endian::native == std::endian::big)
+                std::reverse(std::begin(number), std::end(number));
+            kept.insert(kept.end(), std::begin(number), std::end(number));
+        }
     }
 };
 

@@ -17,21 +17,25 @@ class ProgressLog
 
     static ProgressCallback start()
     {
-        calls_.clear();
+        log().clear();
         return take;
     }
 
     // The calls since the last start.
-    static const Calls& calls() { return calls_; }
+    static const Calls& calls() { return log(); }
 
   private:
     static uint32_t take(uint32_t current, uint32_t total)
     {
-        calls_.emplace_back(current, total);
-        return static_cast<uint32_t>(calls_.size()) * 0x55555555; // to be ignored
+        log().emplace_back(current, total);
+        return static_cast<uint32_t>(log().size()) * 0x55555555; // to be ignored
     }
 
-    static inline thread_local Calls calls_;
+    static Calls& log()
+    {
+        static thread_local Calls calls;
+        return calls;
+    }
 };
 
 } // namespace lxtest
