@@ -259,14 +259,12 @@ void applyMatrix(const Sum& sums, uint8_t* row, size_t pixels, bool blueFirst)
     }
 }
 
-// A colour matrix with factors of either kind.
-using RowInSingle = InSingle<9>;
-using RowInDouble = InDouble<9>;
-
-template <class Sum>
-void matrixInLanes(const SplitFactors<9>& factors, uint8_t* row, size_t pixels, bool blueFirst)
+void matrix(const MatrixFactors& factors, uint8_t* row, size_t pixels, bool blueFirst)
 {
-    applyMatrix(Sum{factors}, row, pixels, blueFirst);
+    if (factors.exact.isSplit)
+        applyMatrix(InSingle<9>{factors.exact}, row, pixels, blueFirst);
+    else
+        applyMatrix(InDouble<9>{factors.exact}, row, pixels, blueFirst);
 }
 
 void separatedInSingle(const InSingle<4>& sums, const NeighbourRows& rows, uint8_t* destination, size_t bytes)
@@ -280,11 +278,6 @@ void crossInSingle(const InSingle<3>& sums, const NeighbourRows& rows, uint8_t* 
 }
 
 #endif
-
-void matrix(const SplitFactors<9>& factors, uint8_t* row, size_t pixels, bool blueFirst)
-{
-    (factors.isSplit ? matrixInLanes<RowInSingle> : matrixInLanes<RowInDouble>)(factors, row, pixels, blueFirst);
-}
 
 void sharpenSeparated(const SplitFactors<4>& factors, const NeighbourRows& rows, uint8_t* destination, size_t bytes)
 {
