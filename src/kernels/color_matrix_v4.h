@@ -1,5 +1,8 @@
 // The colour matrix at the level v4: sixteen triples at a time, four times in a row.
 //
+// Sums are tried in fixed point first, and those of 64 pixels are done anew in single or double precision if one of
+// them is in doubt: see correct/fixed_factors.h.
+//
 // All products of a factor and a byte are exact. So a fused multiply-add rounds as a product and a sum do.
 
 #pragma once
