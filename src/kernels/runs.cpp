@@ -12,6 +12,10 @@
 #include <immintrin.h>
 #endif
 
+#if defined(LX_LEVEL_v4)
+#include "kernels/slanted_bits_v4.h"
+#endif
+
 namespace lx::LX_LEVEL
 {
 
@@ -162,6 +166,29 @@ void copyTriples(const RunRow& row, uint8_t* destination, bool swap)
         swapTriples(destination, row.pixels);
 }
 
+#if defined(LX_LEVEL_v4)
+
+bool slantedBits(const SlantedBits& row, uint8_t* destination, unsigned phase)
+{
+    if (!SlantedWords::fit(row))
+        return false;
+    const SlantedWords words(row);
+    for (int64_t k = row.begin - phase; k < row.end; k += SlantedWords::groupPixels) {
+        words.make(k, destination);
+        destination += SlantedWords::groupPixels / 8;
+    }
+    return true;
+}
+
+#else
+
+bool slantedBits(const SlantedBits&, uint8_t*, unsigned)
+{
+    return false;
+}
+
+#endif
+
 // Calls `pick(i, x, line)` for every pixel; its column is `x` pixels right of the first pixel of the line's first byte.
 template <class Pick>
 void walkSlanted(const SlantedRow& row, size_t n, Pick pick)
@@ -213,6 +240,7 @@ void pickTriples(const SlantedRow& row, uint8_t* LX_RESTRICT destination, size_t
 
 } // namespace
 
-constexpr RunKernels runKernels = {copyPacked, copyRuns<1>, copyTriples, pickBits, pickNibbles, pickBytes, pickTriples};
+constexpr RunKernels runKernels = {copyPacked, copyRuns<1>, copyTriples, slantedBits,
+                                   pickBits,   pickNibbles, pickBytes,   pickTriples};
 
 } // namespace lx::LX_LEVEL
