@@ -54,11 +54,11 @@ class QuarterTurn
   private:
     static constexpr uint32_t edgeColumns = 512;
 
-    // A narrow remainder is not worth a strip: the last two share what is left. Rows of triples are far apart, and want
-    // longer pieces for it.
+    // A narrow remainder is not worth a strip: the last two share what is left. Rows of bytes and triples are far
+    // apart, and want longer pieces for it.
     uint64_t stripCells(uint64_t left) const
     {
-        const uint64_t strip = to_.bits() == 24 ? 4 * TransposeKernels::strip : TransposeKernels::strip;
+        const uint64_t strip = (to_.packed() ? 1 : to_.bits() == 8 ? 8 : 4) * TransposeKernels::strip;
         constexpr uint64_t narrow = 16;
         return left > strip && left < strip + narrow ? strip - narrow : std::min(left, strip);
     }
