@@ -72,7 +72,8 @@ void pick(const uint8_t* LX_RESTRICT source, uint32_t first, ptrdiff_t ahead, ui
         if (ahead != 0) {
             for (unsigned k = 0; k <= group->last; k += 64)
                 __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from + k) +
-                                                                 static_cast<uintptr_t>(ahead)));
+                                                                 static_cast<uintptr_t>(ahead)),
+                                   0, 2);
         }
 #if defined(LX_LEVEL_v4)
         // A few bytes far apart are better fetched one by one.
