@@ -5,7 +5,7 @@
 // last run of either axis is flat. A ramp of L pixels from v to n is trunc(v + t d) for t from 0 to L - 1,
 // d = (n - v) * (1 / L) in single precision and the rest in double.
 
-#include "resolution/mean_line.h"
+#include "resolution/averaged_line.h"
 #include "resolution/picked_columns.h"
 #include "resolution/workers.h"
 
@@ -200,7 +200,7 @@ int8_t average(uint16_t type, const ImageArea* source, const ImageArea* destinat
     const AreaView from(*source);
     const AreaView to(*destination);
     if (from.width() >= to.width())
-        averageLines<Channels, MeanLine<Channels>>(from, to, progress);
+        averageLines<Channels, AveragedLine<Channels>>(from, to, progress);
     else
         averageLines<Channels, RampLine<Channels>>(from, to, progress);
     return IMAGE_STATUS_OK;

@@ -3,8 +3,8 @@
 // The lines between are made as they are wanted, so that they are averaged while they are still in the cache; all of
 // them end up in the work area, as if it had been filled beforehand.
 
-#include "resolution/mean_line.h"
-#include "resolution/picked_line.h"
+#include "resolution/averaged_line.h"
+#include "resolution/sampled_line.h"
 #include "resolution/workers.h"
 
 namespace lx
@@ -37,7 +37,7 @@ class SampledLines
     }
 
   private:
-    PickedLine<Channels, false, BlockWalker<float>> line_;
+    SampledLine<Channels, false, BlockWalker<float>> line_;
     BlockWalker<float> blocks_;
     uint32_t made_ = 0;
 };
@@ -48,7 +48,7 @@ void averageSamples(const AreaView& source, const AreaView& work, const AreaView
 {
     const BlockWalker<float> blocks(work.height(), destination.height());
     SampledLines<Channels> samples(source, work);
-    MeanLine<Channels> means(work, destination, blocks.longest());
+    AveragedLine<Channels> means(work, destination, blocks.longest());
     reduceRows(blocks, destination.height(), progress, [&](uint32_t j, Span lines) {
         samples.makeUpTo(lines.start + lines.length);
         means.make(j, lines);

@@ -1,7 +1,7 @@
 // Scaling by sampling: every destination pixel is a source pixel, unchanged. Reductions keep the top-left pixel of each
 // block and do not look at the others; enlargements repeat each pixel over its run.
 
-#include "resolution/picked_line.h"
+#include "resolution/sampled_line.h"
 #include "resolution/workers.h"
 
 namespace lx
@@ -13,7 +13,7 @@ namespace
 template <unsigned Channels, bool Packed, class Blocks>
 void sampleLines(const AreaView& source, const AreaView& destination, ProgressCallback progress)
 {
-    PickedLine<Channels, Packed, Blocks> line(source, destination);
+    SampledLine<Channels, Packed, Blocks> line(source, destination);
     uint32_t sourceLine = 0;
     const auto makeLine = [&](uint32_t j, Span lines) {
         sourceLine = lines.start;

@@ -9,11 +9,11 @@ namespace lx
 
 // Makes lines that are not wider than the source's: means of blocks.
 template <unsigned Channels>
-class MeanLine
+class AveragedLine
 {
   public:
     // `tallest` is the largest number of source lines that are averaged into one.
-    MeanLine(const AreaView& source, const AreaView& destination, uint32_t tallest) noexcept
+    AveragedLine(const AreaView& source, const AreaView& destination, uint32_t tallest) noexcept
         : source_(source), destination_(destination), walker_(source.width(), destination.width()), plans_(walker_),
           means_(source), planned_(means_.canMake(tallest, walker_.longest()))
     {

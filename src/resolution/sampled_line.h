@@ -10,10 +10,10 @@ namespace lx
 
 // Makes the lines of one call.
 template <unsigned Channels, bool Packed, class Blocks>
-class PickedLine
+class SampledLine
 {
   public:
-    PickedLine(const AreaView& source, const AreaView& destination) noexcept
+    SampledLine(const AreaView& source, const AreaView& destination) noexcept
         : source_(source), destination_(destination), blocks_(source.width(), destination.width()), columns_(blocks_),
           reader_(source), writer_(destination)
     {
