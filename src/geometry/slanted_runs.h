@@ -169,7 +169,7 @@ class SlantedRuns
         };
         return {.centre = centre_,
                 .climb = climb_,
-                .ahead = 4 * source.lineStep(),
+                .ahead = 24 * source.lineStep(),
                 .lineBytes = (size_t{source.phase()} + source.width() + 7) / 8,
                 .column = source.phase() + sourceColumn_,
                 .unit = unit,
