@@ -151,7 +151,7 @@ template <class Reverse>
 void reverseShifted(const uint8_t* source, unsigned sourcePhase, uint8_t* destination, unsigned destinationPhase,
                     size_t bits, Reverse reverse)
 {
-    constexpr size_t limit = 8192;
+    constexpr size_t limit = 32768; // most rows go in one piece
     for (size_t done = 0; done < bits;) {
         const size_t n = bits - done < limit ? bits - done : limit;
         const size_t from = sourcePhase + done;

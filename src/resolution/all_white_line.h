@@ -23,6 +23,14 @@ class AllWhiteLine
     {
     }
 
+    // Whether the level has a form of its own for all the blocks.
+    bool gathers() noexcept
+    {
+        bool all = true;
+        columns_.forEach([&](const BitColumns& plan) { all = all && plan.narrow() && plan.table().gathered; });
+        return all;
+    }
+
     void make(uint32_t j, Span lines) noexcept
     {
         columns_.forEach([&](const BitColumns& plan) {

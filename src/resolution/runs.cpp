@@ -254,9 +254,14 @@ class RunMapper
     RunRule rule_;
 };
 
-void reduceByColumns(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
+// False, with nothing done, if that is not the same as runs or not quicker.
+bool reduceByColumns(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
+    if (!RunRule(source.width(), destination.width()).mapsColumns(source.width(), destination.width()))
+        return false;
     AllWhiteLine<RunColumns> line(source, destination, RunColumns(source.width(), destination.width()));
+    if (!line.gathers())
+        return false;
     scaleRows(
         source, destination, reducedRuns, progress,
         [&](uint32_t j, Span lines) {
@@ -264,6 +269,7 @@ void reduceByColumns(const AreaView& source, const AreaView& destination, Progre
             return destination.width();
         },
         replicateLines(destination));
+    return true;
 }
 
 void reduceByRuns(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
@@ -321,12 +327,12 @@ int8_t ScaleBilevelByRuns(const ImageArea* source, const ImageArea* destination,
 {
     if (!isScalable(*source, *destination, IMAGE_TYPE_BW))
         return IMAGE_STATUS_BAD_ARGUMENT;
-    if (source->width <= destination->width)
-        widenByRuns(AreaView(*source), AreaView(*destination), progress);
-    else if (RunRule(source->width, destination->width).mapsColumns(source->width, destination->width))
-        reduceByColumns(AreaView(*source), AreaView(*destination), progress);
-    else
-        reduceByRuns(AreaView(*source), AreaView(*destination), progress);
+    const AreaView from(*source);
+    const AreaView to(*destination);
+    if (from.width() <= to.width())
+        widenByRuns(from, to, progress);
+    else if (!reduceByColumns(from, to, progress))
+        reduceByRuns(from, to, progress);
     return IMAGE_STATUS_OK;
 }
 
