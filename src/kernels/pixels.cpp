@@ -295,16 +295,18 @@ void lookup(const uint8_t* source, uint8_t* destination, size_t pixels, const ui
 
 void colors(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels, const ColorTable& table)
 {
-    size_t i = 0;
 #if defined(LX_LEVEL_v4)
-    const LookupTable tables[3] = {LookupTable(table.component[0]), LookupTable(table.component[1]),
-                                   LookupTable(table.component[2])};
-    for (; i + 64 <= pixels; i += 64) {
-        const __m512i index = _mm512_loadu_si512(source + i);
-        storeTriples({tables[0].look(index), tables[1].look(index), tables[2].look(index)}, destination + 3 * i);
+    if (pixels >= 64) {
+        const LookupTable tables[3] = {LookupTable(table.component[0]), LookupTable(table.component[1]),
+                                       LookupTable(table.component[2])};
+        walkBlocks(destination, pixels, [&](size_t i) {
+            const __m512i index = _mm512_loadu_si512(source + i);
+            storeTriples({tables[0].look(index), tables[1].look(index), tables[2].look(index)}, destination + 3 * i);
+        });
+        return;
     }
 #endif
-    for (; i < pixels; ++i) {
+    for (size_t i = 0; i < pixels; ++i) {
         for (unsigned c = 0; c < 3; ++c)
             destination[3 * i + c] = table.component[c][source[i]];
     }

@@ -72,6 +72,18 @@ constexpr Unweaving unweaving;
         _mm512_storeu_si512(destination + 64 * part, weaving.gather(part, components.byte));
 }
 
+// Calls block(i) for blocks of 64 triples, at least 64 triples in all. Stores across the borders of cache lines cost
+// double: the first and the last block overlap those between, which fill whole lines of the destination.
+template <class Block>
+void walkBlocks(const uint8_t* destination, size_t pixels, Block block)
+{
+    block(size_t{0});
+    const size_t aligned = reinterpret_cast<uintptr_t>(destination) * 21 % 64; // 3 * 21 is -1 modulo 64
+    for (size_t i = aligned == 0 ? 64 : aligned; i + 64 <= pixels; i += 64)
+        block(i);
+    block(pixels - 64);
+}
+
 } // namespace
 
 } // namespace lx::LX_LEVEL
