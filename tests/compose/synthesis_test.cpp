@@ -51,6 +51,12 @@ ColorPalette paletteWith(const Color& most, std::initializer_list<std::pair<unsi
 
 const ColorPalette noPalette = {};
 
+TEST(Synthesis, CopiesGrayLevels)
+{
+    EXPECT_TRUE(
+        samePicture(ramp(), pasted(ramp(), paletteOf(IMAGE_TYPE_256GRAY), blank(ramp(), IMAGE_TYPE_256GRAY, 99))));
+}
+
 TEST(Synthesis, TakesThirdsOfAllColorsForGray)
 {
     for (const uint16_t colorOrder : {uint16_t{0}, uint16_t{1}}) {

@@ -75,6 +75,14 @@ TEST(BlackPriority, OnlyReduces)
     }
 }
 
+TEST(BlackPriority, LooksAtBlocksOfAnyLength)
+{
+    Picture source(IMAGE_TYPE_BW, 140000, 3, 1);
+    EXPECT_TRUE(samePicture(bilevel({".."}), scaled(source, blank(2, 1), worker(lx::ReduceBilevelBlackPriority))));
+    source.at(139999, 1) = 0;
+    EXPECT_TRUE(samePicture(bilevel({".#"}), scaled(source, blank(2, 1), worker(lx::ReduceBilevelBlackPriority))));
+}
+
 TEST(Majority, HalfIsBlack)
 {
     const Picture source = bilevel({"#..#....##", ".##.#..###"});
@@ -110,6 +118,15 @@ TEST(Runs, KeepAtLeastOnePixel)
     // r is 0.4: black 1 to 3 gives 0 to trunc(1.8), black 6 to 9 gives 2 to trunc(4.2).
     EXPECT_TRUE(
         samePicture(bilevel({"#.##"}), scaled(bilevel({".##...###."}), blank(4, 1), worker(lx::ScaleBilevelByRuns))));
+}
+
+TEST(Runs, ReachFarAlongALine)
+{
+    Picture source(IMAGE_TYPE_BW, 40000, 2, 1);
+    source.at(30000, 1) = 0;
+    Picture expected(IMAGE_TYPE_BW, 20000, 1, 1);
+    expected.at(15000, 0) = 0;
+    EXPECT_TRUE(samePicture(expected, scaled(source, blank(20000, 1), worker(lx::ScaleBilevelByRuns))));
 }
 
 TEST(Runs, FollowTheDefinition)

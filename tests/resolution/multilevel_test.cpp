@@ -106,6 +106,21 @@ TEST(Averaging, LargeBlocksHaveTheRunningSum)
     EXPECT_GT(shortOfInteger, 100U); // or the test would not see integer means
 }
 
+TEST(Averaging, BlocksOfAnySize)
+{
+    Random random(4);
+    const Picture huge = Picture::random(random, IMAGE_TYPE_256GRAY, 1100, 1000);
+    EXPECT_EQ(scaled(averaging, huge, 1, 1).at(0, 0), meanByDefinition(huge));
+    // Tall blocks of one column, and the ramp between them.
+    const Picture tall = Picture::random(random, IMAGE_TYPE_256GRAY, 2, 300);
+    const uint32_t first = meanByDefinition(tall.cut(0, 0, 1, 300));
+    const uint32_t second = meanByDefinition(tall.cut(1, 0, 1, 300));
+    Picture ramp(IMAGE_TYPE_256GRAY, 4, 1, second);
+    ramp.at(0, 0) = first;
+    ramp.at(1, 0) = (first + second) / 2;
+    EXPECT_TRUE(samePicture(ramp, scaled(averaging, tall, 4, 1)));
+}
+
 TEST(Averaging, LargeBlocksAmongOthers)
 {
     Random random(3);
