@@ -14,9 +14,8 @@ set(CMAKE_C_EXTENSIONS OFF)
 
 function(lx_compile target)
     target_compile_options(${target} PRIVATE -ffp-contract=off -Wall -Wextra -Wconversion -Wshadow)
-    # GCC 12 hardly vectorises at -O2. Its vectoriser of straight-line code loses roundings from double to single
-    # precision whose result goes back to double (seen at -O3 in the splitting of factors), so it is off.
-    target_compile_options(${target} PRIVATE $<$<CONFIG:Release,RelWithDebInfo>:-O3>)
+    # GCC 12's vectoriser of straight-line code loses roundings from double to single precision whose result goes back to
+    # double (seen at -O3 in the splitting of factors), so it is off.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
     if(LX_WARNINGS_AS_ERRORS)
         target_compile_options(${target} PRIVATE -Werror)

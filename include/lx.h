@@ -1,4 +1,5 @@
-/* lx.h - image processing for scanned documents.
+/** @file lx.h
+ *  Image processing for scanned documents.
  *
  * Plain records and plain functions over page images that the caller already holds in memory. The library reads no
  * files, keeps no settings, writes no log and holds no state between calls; it never allocates an image.
@@ -141,12 +142,12 @@ typedef struct CorrectionLevel {
 
 /** A tone table: entry v is the new level of level v. */
 typedef struct GammaTable {
-    uint8_t entries[256];
+    uint8_t entries[256]; /**< Levels 0 to 255, one for each level. */
 } GammaTable;
 
 /** Weights of red, green and blue in each component: entries 3 c, 3 c + 1 and 3 c + 2 give component c. */
 typedef struct ColorCorrectionMatrix {
-    double entries[9];
+    double entries[9]; /**< Any values. */
 } ColorCorrectionMatrix;
 
 /** How to sharpen. */
@@ -707,10 +708,16 @@ LX_API int8_t lxDetectionSlantAngle(double* angle, const ImageArea* source, cons
 
 /** The same measurement, which also tells what it was made on.
  *
- *  All results are positions in `small`, and may be null. Values that were not found are 0. The analysis of a band from
- *  top to bottom is that of one from left to right with columns and rows exchanged. Nothing is stored when no
- *  measurement was made: on failure, without memory, or with a bottom-up `small` area.
+ *  All results but the angle are positions in `small`, and may be null. Values that were not found are 0. The analysis
+ *  of a band from top to bottom is that of one from left to right with columns and rows exchanged. Nothing is stored
+ *  when no measurement was made: on failure, without memory, or with a bottom-up `small` area.
  *
+ *  @param angle             Out: degrees, as by lxDetectionSlantAngle.
+ *  @param source            The page, of any type.
+ *  @param palette           Palette of the page's type; not read for bilevel and full-colour pages.
+ *  @param small             Work area, as for lxDetectionSlantAngle.
+ *  @param medium            Work area, likewise.
+ *  @param full              Work area, likewise.
  *  @param bandFirstColumn   Left edge of the band that was found.
  *  @param bandLastColumn    Right edge, inclusive; sometimes one beyond, where a band is in pieces.
  *  @param bandFirstRow      Top edge.
@@ -722,7 +729,9 @@ LX_API int8_t lxDetectionSlantAngle(double* angle, const ImageArea* source, cons
  *  @param edgeEndAColumn    End of the upper or left edge.
  *  @param edgeEndARow       Its row.
  *  @param edgeEndBColumn    End of the lower or right edge.
- *  @param edgeEndBRow       Its row. All other parameters and the result are those of lxDetectionSlantAngle. */
+ *  @param edgeEndBRow       Its row.
+ *  @param progress          Called as by lxDetectionSlantAngle. May be null.
+ *  @return                  As of lxDetectionSlantAngle. */
 LX_API int8_t lxDetectionSlantAngleForDebug(double* angle, const ImageArea* source, const ColorPalette* palette,
                                             ImageArea* small, ImageArea* medium, ImageArea* full,
                                             uint32_t* bandFirstColumn, uint32_t* bandLastColumn, uint32_t* bandFirstRow,

@@ -147,7 +147,7 @@ INSTANTIATE_TEST_SUITE_P(Every, OperationContract, testing::ValuesIn(allOperatio
 
 // One operation on several areas of one destination buffer, a band of lines each; the source is shared.
 struct SharedPage {
-    static constexpr uint32_t bands = 4;
+    static constexpr uint32_t bands = 8;
 
     SharedPage(const TypedOperation& typed, Random& random) : operation(*typed.operation)
     {

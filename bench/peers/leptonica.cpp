@@ -228,6 +228,7 @@ void addBilevelScalingPeers(Operations& operations)
     add("bilevel to gray at 72 dpi", [](Pix* source) { return pixScaleToGray(source, 0.24F); });
     add("bilevel to gray at 37.5 dpi", pixScaleToGray8);
     add("bilevel to gray, 200 x 283", [](Pix* source) { return pixScaleToGray(source, 200.0F / 2480); });
+    add("thumbnail, bilevel", [](Pix* source) { return pixScaleToGray(source, 200.0F / 2480); });
     add("bilevel sampling to 600 dpi", [](Pix* source) { return pixExpandBinaryPower2(source, 2); });
     add("bilevel sampling to 400 dpi", [](Pix* source) { return sampled(source, 400); });
     add("majority to 600 dpi", [](Pix* source) { return pixExpandBinaryPower2(source, 2); });

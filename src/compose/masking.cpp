@@ -26,6 +26,16 @@ void maskPacked(bool tint, const AreaView& area, ProgressCallback progress, Patt
     });
 }
 
+// Brings bytes that are to be overwritten into the cache. The processor foresees what is read, but not what is only
+// written.
+void fetch(const uint8_t* bytes, size_t count)
+{
+    constexpr size_t cacheLine = 64;
+    const volatile uint8_t* own = bytes;
+    for (size_t k = 0; k < count; k += cacheLine)
+        static_cast<void>(own[k]);
+}
+
 // `pixel` is the colour as it lies in the area.
 void maskBytes(bool tint, const AreaView& area, const uint8_t* pixel, ProgressCallback progress)
 {
@@ -37,10 +47,14 @@ void maskBytes(bool tint, const AreaView& area, const uint8_t* pixel, ProgressCa
     const ComposeKernels& compose = *kernels().compose;
     walkLines(area.height(), progress, [&](uint32_t j) {
         walkChunks(area.width(), most, [&](uint32_t i, uint32_t n) {
-            if (tint)
-                compose.tint(levels, area.at(i, j), size_t{n} * bytes);
-            else
-                std::memcpy(area.at(i, j), levels, size_t{n} * bytes);
+            uint8_t* row = area.at(i, j);
+            const size_t count = size_t{n} * bytes;
+            if (tint) {
+                compose.tint(levels, row, count);
+            } else {
+                fetch(row, count);
+                std::memcpy(row, levels, count);
+            }
         });
     });
 }

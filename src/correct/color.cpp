@@ -1,6 +1,6 @@
 // Colour correction: a matrix built from hue, saturation and lightness, and its application in place.
 
-#include "correct/split_factors.h"
+#include "correct/fixed_factors.h"
 #include "frame/line_walk.h"
 #include "frame/numeric.h"
 
@@ -28,7 +28,7 @@ double gainOf(const CorrectionLevel& setting)
     return static_cast<double>(sum) / scale;
 }
 
-SplitFactors<9> factorsOf(const ColorCorrectionMatrix& matrix)
+MatrixFactors factorsOf(const ColorCorrectionMatrix& matrix)
 {
     float factors[9];
     double most = 0.0;
@@ -40,7 +40,7 @@ SplitFactors<9> factorsOf(const ColorCorrectionMatrix& matrix)
         }
         most = std::max(most, sum);
     }
-    return splitFactors(factors, 255.0 * most, 255.0 * 3);
+    return fixedFactors(splitFactors(factors, 255.0 * most, 255.0 * 3));
 }
 
 } // namespace
@@ -72,7 +72,7 @@ int8_t lxColorCorrection(const ColorCorrectionMatrix* matrix, const ImageArea* a
     if (area->type != IMAGE_TYPE_16MRGB)
         return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView view(*area);
-    const SplitFactors<9> factors = factorsOf(*matrix);
+    const MatrixFactors factors = factorsOf(*matrix);
     const CorrectKernels& correct = *kernels().correct;
     walkLines(view.height(), progress,
               [&](uint32_t j) { correct.matrix(factors, view.row(j), view.width(), view.blueFirst()); });

@@ -54,11 +54,11 @@ class QuarterTurn
   private:
     static constexpr uint32_t edgeColumns = 512;
 
-    // A narrow remainder is not worth a strip: the last two share what is left. Rows of triples are far apart, and want
-    // longer pieces for it.
+    // A narrow remainder is not worth a strip: the last two share what is left. Rows of bytes and triples are far
+    // apart, and want longer pieces for it.
     uint64_t stripCells(uint64_t left) const
     {
-        const uint64_t strip = to_.bits() == 24 ? 4 * TransposeKernels::strip : TransposeKernels::strip;
+        const uint64_t strip = (to_.packed() ? 1 : to_.bits() == 8 ? 8 : 4) * TransposeKernels::strip;
         constexpr uint64_t narrow = 16;
         return left > strip && left < strip + narrow ? strip - narrow : std::min(left, strip);
     }
@@ -152,10 +152,9 @@ int8_t turnQuarterOfColor(Turn turn, const ImageArea& source, const ImageArea& d
                        [swap, triples = kernels().transpose->triples](const TransposeBlock& b) { triples(b, swap); });
 }
 
-// Calls `reverse(i, j, n, destination column, destination line)` for pieces of the rows of at most `limit` pixels.
+// Calls `reverse(j, n, destination column, destination line)` for rows of n pixels.
 template <class Reverse>
-int8_t turnHalf(const ImageArea& source, const ImageArea& destination, ProgressCallback callback, uint32_t limit,
-                Reverse reverse)
+int8_t turnHalf(const ImageArea& source, const ImageArea& destination, ProgressCallback callback, Reverse reverse)
 {
     if (source.type != destination.type)
         return IMAGE_STATUS_BAD_ARGUMENT;
@@ -163,37 +162,21 @@ int8_t turnHalf(const ImageArea& source, const ImageArea& destination, ProgressC
     if (overlap.width == 0)
         return IMAGE_STATUS_OK;
     walkLines(overlap.height, callback, [&](uint32_t j) {
-        walkChunks(overlap.width, limit, [&](uint32_t i, uint32_t n) {
-            reverse(i, j, n, destination.width - i - n, destination.height - 1 - j);
-        });
+        reverse(j, overlap.width, destination.width - overlap.width, destination.height - 1 - j);
     });
     return IMAGE_STATUS_OK;
 }
 
-using ReverseBytes = void (*)(const uint8_t* source, uint8_t* destination, size_t bytes);
+using ReversePacked = void (*)(const uint8_t*, unsigned, uint8_t*, unsigned, size_t);
 
-// Whole source bytes are reversed: in place if the pixels fill them, else on the stack, followed by a shifted copy.
 int8_t turnHalfOfPacked(const ImageArea& source, const ImageArea& destination, ProgressCallback progress,
-                        ReverseBytes reverse)
+                        ReversePacked reverse)
 {
     const AreaView from(source);
     const AreaView to(destination);
-    const BitKernels& bits = *kernels().bits;
-    const unsigned perByte = from.phaseMask() + 1;
-    constexpr uint32_t limit = 8192;
-    return turnHalf(source, destination, progress, limit,
-                    [&](uint32_t i, uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
-                        const size_t bytes = (from.phase(i) + n + perByte - 1) / perByte;
-                        if (from.phase(i) == 0 && to.phase(column) == 0 && n % perByte == 0) {
-                            reverse(from.at(i, j), to.at(column, line), bytes);
-                            return;
-                        }
-                        uint8_t reversed[limit / 2 + 1];
-                        reverse(from.at(i, j), reversed, bytes);
-                        const auto first = static_cast<uint32_t>(bytes * perByte) - from.phase(i) - n;
-                        bits.copyBits(reversed + first / perByte, first % perByte * from.bits(), to.at(column, line),
-                                      to.phase(column) * to.bits(), size_t{n} * to.bits());
-                    });
+    return turnHalf(source, destination, progress, [&](uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
+        reverse(from.row(j), from.phase(), to.at(column, line), to.phase(column), n);
+    });
 }
 
 int8_t RotateBilevel90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
@@ -236,10 +219,9 @@ int8_t RotateByte180(const ImageArea& source, const ImageArea& destination, Prog
     const AreaView from(source);
     const AreaView to(destination);
     const ReverseKernels& reverse = *kernels().reverse;
-    return turnHalf(source, destination, progress, ~0U,
-                    [&](uint32_t i, uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
-                        reverse.bytes(from.at(i, j), to.at(column, line), n);
-                    });
+    return turnHalf(source, destination, progress, [&](uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
+        reverse.bytes(from.row(j), to.at(column, line), n);
+    });
 }
 
 int8_t RotateByte270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
@@ -258,10 +240,9 @@ int8_t RotateColor180(const ImageArea& source, const ImageArea& destination, Pro
     const AreaView to(destination);
     const ReverseKernels& reverse = *kernels().reverse;
     const bool swap = differInOrder(source, destination);
-    return turnHalf(source, destination, progress, ~0U,
-                    [&](uint32_t i, uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
-                        reverse.triples(from.at(i, j), to.at(column, line), n, swap);
-                    });
+    return turnHalf(source, destination, progress, [&](uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
+        reverse.triples(from.row(j), to.at(column, line), n, swap);
+    });
 }
 
 int8_t RotateColor270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)

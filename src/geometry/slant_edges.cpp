@@ -200,8 +200,8 @@ BandEdges findEdges(const BandImage& image, const Band& band) noexcept
 double angleOfEdges(const BandEdges& edges, bool vertical) noexcept
 {
     const double angle = choose(slopeOf(edges.a), slopeOf(edges.b));
-    // Exchanging rows and columns turns the sense of rotation round.
-    return vertical ? -angle : angle;
+    // Exchanging rows and columns turns the sense of rotation round. There is no negative zero.
+    return vertical ? 0.0 - angle : angle;
 }
 
 } // namespace lx

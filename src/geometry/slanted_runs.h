@@ -140,23 +140,55 @@ class SlantedRuns
         lines_ = upward_ ? LevelRange{-below, above} : LevelRange{-above, below};
     }
 
-    // Calls `copy(k, runs, count, n)`: `count` runs bring the n destination pixels from column k on.
-    template <class Copy>
-    void walk(uint32_t row, Copy copy) noexcept
+    // Where a destination row lies on the source. The columns from begin to end - 1 are those inside.
+    struct Row {
+        Coordinate across;
+        Coordinate along;
+        int64_t begin;
+        int64_t end;
+    };
+
+    Row row(uint32_t number) const noexcept
     {
-        const int64_t dy = centreRow_ - int64_t{row};
+        const int64_t dy = centreRow_ - int64_t{number};
         const int64_t rise = std::abs(angle_.sine);
         const Coordinate across{-angle_.cosine * centreColumn_ - angle_.sine * dy, angle_.cosine, angle_.bits};
         const Coordinate along{-rise * centreColumn_ + (upward_ ? angle_.cosine : -angle_.cosine) * dy, rise,
                                angle_.bits};
         const Span a = across.inside(columns_, width_);
         const Span b = along.inside(lines_, width_);
-        const int64_t end = std::min(a.end, b.end);
+        return {across, along, std::max(a.begin, b.begin), std::min(a.end, b.end)};
+    }
+
+    // A row for the kernel that makes rows of bits at once.
+    SlantedBits bits(const Row& row, const AreaView& source) const noexcept
+    {
+        const double unit = std::ldexp(1.0, -static_cast<int>(angle_.bits));
+        const auto scaled = [unit](const Coordinate& c) {
+            return SlantedBits::Coordinate{static_cast<double>(c.start) * unit, static_cast<double>(c.slope) * unit};
+        };
+        return {.centre = centre_,
+                .climb = climb_,
+                .ahead = 24 * source.lineStep(),
+                .lineBytes = (size_t{source.phase()} + source.width() + 7) / 8,
+                .column = source.phase() + sourceColumn_,
+                .unit = unit,
+                .across = scaled(row.across),
+                .along = scaled(row.along),
+                .begin = row.begin,
+                .end = row.end};
+    }
+
+    // Calls `copy(k, runs, count, n)`: `count` runs bring the n destination pixels from column k on.
+    template <class Copy>
+    void walk(const Row& row, Copy copy) noexcept
+    {
+        const auto& [across, along, begin, end] = row;
         // Truncation toward zero turns round where a coordinate changes its sign.
         int64_t turns[] = {across.reaches(0, width_), along.reaches(0, width_), end};
         if (turns[0] > turns[1])
             std::swap(turns[0], turns[1]);
-        int64_t k = std::max(a.begin, b.begin);
+        int64_t k = begin;
         for (const int64_t turn : turns) {
             while (k < std::min(turn, end)) {
                 const Span piece{k, std::min({turn, end, k + chunkPixels})};

@@ -79,12 +79,25 @@ uint64_t countBlock(const BitBlockTable& table, uint32_t i, const uint8_t* row, 
 
 void andRows(const uint8_t* row, ptrdiff_t stride, uint32_t lines, uint8_t* LX_RESTRICT destination, size_t bytes)
 {
+#if defined(LX_LEVEL_v4)
+    for (size_t k = 0; k < bytes; k += 64) {
+        const __mmask64 mine = _bzhi_u64(~0ULL, bytes - k < 64 ? static_cast<unsigned>(bytes - k) : 64);
+        const uint8_t* source = row + k;
+        __m512i v = _mm512_maskz_loadu_epi8(mine, source);
+        for (uint32_t j = 1; j < lines; ++j) {
+            source += stride;
+            v = _mm512_and_si512(v, _mm512_maskz_loadu_epi8(mine, source));
+        }
+        _mm512_mask_storeu_epi8(destination + k, mine, v);
+    }
+#else
     std::memcpy(destination, row, bytes);
     for (uint32_t j = 1; j < lines; ++j) {
         const uint8_t* LX_RESTRICT source = row + static_cast<ptrdiff_t>(j) * stride;
         for (size_t k = 0; k < bytes; ++k)
             destination[k] &= source[k];
     }
+#endif
 }
 
 #if defined(LX_LEVEL_v4)

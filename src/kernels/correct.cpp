@@ -6,7 +6,7 @@
 #include <cstring>
 
 #if defined(LX_LEVEL_v4)
-#include "kernels/pixels_v4.h"
+#include "kernels/color_matrix_v4.h"
 #endif
 
 namespace lx::LX_LEVEL
@@ -56,35 +56,6 @@ struct InDouble {
     }
 };
 
-constexpr size_t block = 64; // pixels at a time
-
-template <class Sum>
-void applyMatrix(const Sum& sums, uint8_t* row, size_t pixels, bool blueFirst)
-{
-    const Sum own = sums;
-    const unsigned red = blueFirst ? 2 : 0;
-    for (size_t i = 0; i < pixels; i += block) {
-        const size_t n = pixels - i < block ? pixels - i : block;
-        uint8_t* triples = row + 3 * i;
-        uint8_t in[3][block] = {};
-        uint8_t out[3][block];
-        for (size_t k = 0; k < n; ++k) {
-            in[0][k] = triples[3 * k + red];
-            in[1][k] = triples[3 * k + 1];
-            in[2][k] = triples[3 * k + 2 - red];
-        }
-        for (size_t k = 0; k < block; ++k) {
-            for (unsigned c = 0; c < 3; ++c)
-                out[c][k] = saturated(own.sum(in[0][k], in[1][k], in[2][k], 3 * c));
-        }
-        for (size_t k = 0; k < n; ++k) {
-            triples[3 * k + red] = out[0][k];
-            triples[3 * k + 1] = out[1][k];
-            triples[3 * k + 2 - red] = out[2][k];
-        }
-    }
-}
-
 template <class Sum>
 void applySeparated(const Sum& sums, const NeighbourRows& rows, uint8_t* LX_RESTRICT destination, size_t bytes)
 {
@@ -121,12 +92,16 @@ void applyCross(const Sum& sums, const NeighbourRows& rows, uint8_t* LX_RESTRICT
 
 #if defined(LX_LEVEL_v4)
 
-// A factor in sixteen lanes.
+// A factor in sixteen lanes, for numbers that are 65536 times too large.
 struct Factor {
+    static constexpr float scale = 0x1p-16F;
+
     __m512 high;
     __m512 low;
 
-    Factor(float highPart, float lowPart) : high(_mm512_set1_ps(highPart)), low(_mm512_set1_ps(lowPart)) {}
+    Factor(float highPart, float lowPart) : high(_mm512_set1_ps(highPart * scale)), low(_mm512_set1_ps(lowPart * scale))
+    {
+    }
     Factor(__m512 highPart, __m512 lowPart) : high(highPart), low(lowPart) {}
 
     // `other` where the mask is set.
@@ -142,87 +117,46 @@ Factor factorAt(const SplitFactors<n>& factors, unsigned i)
     return {factors.high[i], factors.low[i]};
 }
 
-// Sixteen 32-bit values from each of four registers, saturated to 64 bytes.
+// The values of four registers, saturated to 64 bytes. Each two registers are the halves of 32 numbers as Halves has
+// them.
 __m512i packBytes(const __m512i* values)
 {
     const __m512i low = _mm512_packs_epi32(values[0], values[1]);
     const __m512i high = _mm512_packs_epi32(values[2], values[3]);
     // Packing goes by 128-bit lanes.
-    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-    return _mm512_permutexvar_epi32(order, _mm512_packus_epi16(low, high));
+    const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+    return _mm512_permutexvar_epi64(order, _mm512_packus_epi16(low, high));
 }
 
-// Bytes 16 quarter to 16 quarter + 15.
-template <int quarter>
-__m512 floatsOf(__m512i bytes)
-{
-    return _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(_mm512_extracti32x4_epi32(bytes, quarter)));
-}
+// 32 whole numbers in 16 bits, as 65536 times themselves in 32: the lower and the upper four of each 128-bit lane.
+struct Halves {
+    __m512i half[2];
 
-__m512 sumOf(const float* factors, const __m512* in)
-{
-    const __m512 first = _mm512_mul_ps(_mm512_set1_ps(factors[0]), in[0]);
-    const __m512 two = _mm512_add_ps(first, _mm512_mul_ps(_mm512_set1_ps(factors[1]), in[1]));
-    return _mm512_add_ps(two, _mm512_mul_ps(_mm512_set1_ps(factors[2]), in[2]));
-}
+    explicit Halves(__m512i numbers)
+        : half{_mm512_unpacklo_epi16(_mm512_setzero_si512(), numbers),
+               _mm512_unpackhi_epi16(_mm512_setzero_si512(), numbers)}
+    {
+    }
+};
 
-// Sixteen of 64 pixels; `pixels` are red, green and blue.
-template <int quarter>
-void matrixQuarter(const SplitFactors<9>& factors, const Components& pixels, __m512i (*values)[4])
-{
-    const __m512 in[3] = {floatsOf<quarter>(pixels.byte[0]), floatsOf<quarter>(pixels.byte[1]),
-                          floatsOf<quarter>(pixels.byte[2])};
-    for (unsigned c = 0; c < 3; ++c)
-        values[c][quarter] =
-            _mm512_cvttps_epi32(_mm512_add_ps(sumOf(factors.high + 3 * c, in), sumOf(factors.low + 3 * c, in)));
-}
+// What a difference adds to a byte: its product with one of two factors, by its sign.
+struct Term {
+    __m512 difference;
+    Factor factor;
 
-template <bool blueFirst>
-void matrixOf64(const SplitFactors<9>& factors, uint8_t* triples)
-{
-    constexpr unsigned red = blueFirst ? 2 : 0;
-    const Components from = loadTriples(triples);
-    const Components pixels = {{from.byte[red], from.byte[1], from.byte[2 - red]}};
-    __m512i values[3][4];
-    matrixQuarter<0>(factors, pixels, values);
-    matrixQuarter<1>(factors, pixels, values);
-    matrixQuarter<2>(factors, pixels, values);
-    matrixQuarter<3>(factors, pixels, values);
-    storeTriples({{packBytes(values[red]), packBytes(values[1]), packBytes(values[2 - red])}}, triples);
-}
+    Term(__m512i number, const Factor& over, const Factor& under)
+        : difference(_mm512_cvtepi32_ps(number)), factor(over.with(_mm512_movepi32_mask(number), under))
+    {
+    }
+};
 
-template <bool blueFirst>
-void matrixInSingle(const SplitFactors<9>& factors, uint8_t* row, size_t pixels)
+// The parts' products and sums are exact, fused or not.
+__m512i truncatedSum(__m512i base, const Term& a, const Term& b)
 {
-    const SplitFactors<9> own = factors;
-    size_t i = 0;
-    for (; i + 64 <= pixels; i += 64)
-        matrixOf64<blueFirst>(own, row + 3 * i);
-    if (i == pixels)
-        return;
-    const size_t rest = 3 * (pixels - i);
-    uint8_t last[192] = {};
-    std::memcpy(last, row + 3 * i, rest);
-    matrixOf64<blueFirst>(own, last);
-    std::memcpy(row + 3 * i, last, rest);
-}
-
-void matrixInSingle(const InSingle<9>& sums, uint8_t* row, size_t pixels, bool blueFirst)
-{
-    (blueFirst ? matrixInSingle<true> : matrixInSingle<false>)(sums.factors, row, pixels);
-}
-
-// Sixteen of 32 whole numbers.
-__m512 floatsOf16(__m512i numbers, unsigned half)
-{
-    return _mm512_cvtepi32_ps(
-        _mm512_cvtepi16_epi32(half == 0 ? _mm512_castsi512_si256(numbers) : _mm512_extracti64x4_epi64(numbers, 1)));
-}
-
-__m512i truncatedSum(__m512 base, __m512 a, const Factor& f, __m512 b, const Factor& g)
-{
-    const __m512 high = _mm512_add_ps(_mm512_add_ps(base, _mm512_mul_ps(a, f.high)), _mm512_mul_ps(b, g.high));
-    const __m512 low = _mm512_add_ps(_mm512_mul_ps(a, f.low), _mm512_mul_ps(b, g.low));
+    const __m512 whole = _mm512_cvtepi32_ps(_mm512_srli_epi32(base, 16));
+    const __m512 high =
+        _mm512_fmadd_ps(b.difference, b.factor.high, _mm512_fmadd_ps(a.difference, a.factor.high, whole));
+    const __m512 low = _mm512_fmadd_ps(b.difference, b.factor.low, _mm512_mul_ps(a.difference, a.factor.low));
     return _mm512_cvttps_epi32(_mm512_add_ps(high, low));
 }
 
@@ -231,13 +165,20 @@ __m512i truncatedSum(__m512 base, __m512 a, const Factor& f, __m512 b, const Fac
 template <class Values>
 void mapBytes(uint8_t* destination, size_t bytes, Values values32)
 {
-    for (size_t k = 0; k < bytes; k += 64) {
-        const __mmask64 mine = bytes - k >= 64 ? ~0ULL : ~0ULL >> (64 - (bytes - k));
-        __m512i values[4];
-        values32(k, static_cast<__mmask32>(mine), values);
-        values32(k + 32, static_cast<__mmask32>(mine >> 32), values + 2);
-        _mm512_mask_storeu_epi8(destination + k, mine, packBytes(values));
+    __m512i values[4];
+    size_t k = 0;
+    for (; k + 64 <= bytes; k += 64) {
+        constexpr uint32_t all = ~0U;
+        values32(k, all, values);
+        values32(k + 32, all, values + 2);
+        _mm512_storeu_si512(destination + k, packBytes(values));
     }
+    if (k == bytes)
+        return;
+    const __mmask64 mine = ~0ULL >> (64 - (bytes - k));
+    values32(k, static_cast<__mmask32>(mine), values);
+    values32(k + 32, static_cast<__mmask32>(mine >> 32), values + 2);
+    _mm512_mask_storeu_epi8(destination + k, mine, packBytes(values));
 }
 
 __m512i load32(const uint8_t* bytes, __mmask32 mask)
@@ -256,16 +197,12 @@ void separatedInSingle(const InSingle<4>& sums, const NeighbourRows& rows, uint8
         const __m512i beside =
             _mm512_add_epi16(load32(own.centre + k - own.step, mask), load32(own.centre + k + own.step, mask));
         const __m512i around = _mm512_add_epi16(load32(own.upper + k, mask), load32(own.lower + k, mask));
-        const __m512i h = _mm512_sub_epi16(twice, beside);
-        const __m512i v = _mm512_sub_epi16(twice, around);
-        const __mmask32 belowH = _mm512_movepi16_mask(h);
-        const __mmask32 belowV = _mm512_movepi16_mask(v);
-        for (unsigned half = 0; half < 2; ++half) {
-            const auto lanes = [=](__mmask32 all) { return static_cast<__mmask16>(all >> 16 * half); };
-            values[half] =
-                truncatedSum(floatsOf16(centre, half), floatsOf16(h, half), over[0].with(lanes(belowH), under[0]),
-                             floatsOf16(v, half), over[1].with(lanes(belowV), under[1]));
-        }
+        const Halves base(centre);
+        const Halves h(_mm512_sub_epi16(twice, beside));
+        const Halves v(_mm512_sub_epi16(twice, around));
+        for (unsigned part = 0; part < 2; ++part)
+            values[part] = truncatedSum(base.half[part], Term(h.half[part], over[0], under[0]),
+                                        Term(v.half[part], over[1], under[1]));
     });
 }
 
@@ -282,22 +219,52 @@ void crossInSingle(const InSingle<3>& sums, const NeighbourRows& rows, uint8_t* 
         const __m512i centre = load32(own.centre + k, mask);
         const __m512i four = _mm512_slli_epi16(centre, 2);
         const __m512i around = _mm512_add_epi16(load32(own.upper + k, mask), load32(own.lower + k, mask));
-        const __m512i s = _mm512_sub_epi16(_mm512_add_epi16(around, beside(own.centre)), four);
-        const __m512i d = _mm512_sub_epi16(four, _mm512_add_epi16(beside(own.upper), beside(own.lower)));
-        const __mmask32 below = _mm512_movepi16_mask(d);
-        for (unsigned half = 0; half < 2; ++half) {
-            const auto lanes = static_cast<__mmask16>(below >> 16 * half);
-            values[half] = truncatedSum(floatsOf16(centre, half), floatsOf16(s, half), direct, floatsOf16(d, half),
-                                        over.with(lanes, under));
-        }
+        const Halves base(centre);
+        const Halves s(_mm512_sub_epi16(_mm512_add_epi16(around, beside(own.centre)), four));
+        const Halves d(_mm512_sub_epi16(four, _mm512_add_epi16(beside(own.upper), beside(own.lower))));
+        for (unsigned part = 0; part < 2; ++part)
+            values[part] =
+                truncatedSum(base.half[part], Term(s.half[part], direct, direct), Term(d.half[part], over, under));
     });
 }
 
 #else
 
-void matrixInSingle(const InSingle<9>& sums, uint8_t* row, size_t pixels, bool blueFirst)
+constexpr size_t block = 64; // pixels at a time
+
+template <class Sum>
+void applyMatrix(const Sum& sums, uint8_t* row, size_t pixels, bool blueFirst)
 {
-    applyMatrix(sums, row, pixels, blueFirst);
+    const Sum own = sums;
+    const unsigned red = blueFirst ? 2 : 0;
+    for (size_t i = 0; i < pixels; i += block) {
+        const size_t n = pixels - i < block ? pixels - i : block;
+        uint8_t* triples = row + 3 * i;
+        uint8_t in[3][block] = {};
+        uint8_t out[3][block];
+        for (size_t k = 0; k < n; ++k) {
+            in[0][k] = triples[3 * k + red];
+            in[1][k] = triples[3 * k + 1];
+            in[2][k] = triples[3 * k + 2 - red];
+        }
+        for (size_t k = 0; k < block; ++k) {
+            for (unsigned c = 0; c < 3; ++c)
+                out[c][k] = saturated(own.sum(in[0][k], in[1][k], in[2][k], 3 * c));
+        }
+        for (size_t k = 0; k < n; ++k) {
+            triples[3 * k + red] = out[0][k];
+            triples[3 * k + 1] = out[1][k];
+            triples[3 * k + 2 - red] = out[2][k];
+        }
+    }
+}
+
+void matrix(const MatrixFactors& factors, uint8_t* row, size_t pixels, bool blueFirst)
+{
+    if (factors.exact.isSplit)
+        applyMatrix(InSingle<9>{factors.exact}, row, pixels, blueFirst);
+    else
+        applyMatrix(InDouble<9>{factors.exact}, row, pixels, blueFirst);
 }
 
 void separatedInSingle(const InSingle<4>& sums, const NeighbourRows& rows, uint8_t* destination, size_t bytes)
@@ -311,14 +278,6 @@ void crossInSingle(const InSingle<3>& sums, const NeighbourRows& rows, uint8_t* 
 }
 
 #endif
-
-void matrix(const SplitFactors<9>& factors, uint8_t* row, size_t pixels, bool blueFirst)
-{
-    if (factors.isSplit)
-        matrixInSingle(InSingle<9>{factors}, row, pixels, blueFirst);
-    else
-        applyMatrix(InDouble<9>{factors}, row, pixels, blueFirst);
-}
 
 void sharpenSeparated(const SplitFactors<4>& factors, const NeighbourRows& rows, uint8_t* destination, size_t bytes)
 {

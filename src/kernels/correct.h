@@ -21,6 +21,18 @@ struct SplitFactors {
     bool isSplit;
 };
 
+// The factors of a colour matrix. If isFixed, factor k is about (256 high[k] + low[k]) / 2^22, and a sum of bytes with
+// these, plus lift, gives the result in its bits from 22 on, if the pixel is gray or the sum has one of the bits
+// `certain`: see correct/fixed_factors.h.
+struct MatrixFactors {
+    SplitFactors<9> exact;
+    int16_t high[9];
+    int8_t low[9];
+    int32_t lift;
+    int32_t certain;
+    bool isFixed;
+};
+
 // A row and its neighbours, at the first of the bytes in work. `step` bytes on either side can be read in each.
 struct NeighbourRows {
     const uint8_t* upper;
@@ -32,7 +44,7 @@ struct NeighbourRows {
 struct CorrectKernels {
     // For each triple, output c = (m[3 c] R + m[3 c + 1] G) + m[3 c + 2] B, saturated and truncated. Red is byte 0, or
     // 2 if blueFirst.
-    void (*matrix)(const SplitFactors<9>& factors, uint8_t* row, size_t pixels, bool blueFirst);
+    void (*matrix)(const MatrixFactors& factors, uint8_t* row, size_t pixels, bool blueFirst);
 
     // With C the byte itself, h = 2 C - (left + right), v = 2 C - (upper + lower): destination[k] =
     // C + h (h >= 0 ? k0 : k2) + v (v >= 0 ? k1 : k3), saturated and truncated.

@@ -45,15 +45,14 @@ struct Lanes {
         return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes))));
     }
     static Vector add(Vector a, Vector b) { return _mm512_add_pd(a, b); }
-    static Vector subtract(Vector a, Vector b) { return _mm512_sub_pd(a, b); }
     static Vector multiply(Vector a, Vector b) { return _mm512_mul_pd(a, b); }
     static Vector least(Vector a, Vector b) { return _mm512_min_pd(a, b); }
     static Vector greatest(Vector a, Vector b) { return _mm512_max_pd(a, b); }
     static Flags atLeast(Vector a, Vector b) { return _mm512_cmp_pd_mask(a, b, _CMP_GE_OQ); }
-    static Vector choose(Flags flags, Vector yes, Vector no) { return _mm512_mask_blend_pd(flags, no, yes); }
+    static Vector subtractWhere(Flags flags, Vector a, Vector b) { return _mm512_mask_sub_pd(a, flags, a, b); }
     static Vector keep(unsigned bits, Vector v) { return _mm512_maskz_mov_pd(static_cast<Flags>(bits), v); }
     static unsigned bits(Flags flags) { return flags; }
-    static double first(Vector v) { return _mm512_cvtsd_f64(v); }
+    static void storeFirst(double* to, Vector v) { _mm_store_sd(to, _mm512_castpd512_pd128(v)); }
     static Vector withFirst(Vector v, const double* value)
     {
         return _mm512_mask_broadcastsd_pd(v, 1, _mm_load_sd(value));
@@ -69,7 +68,14 @@ struct Lanes {
     // rows[l] holds eight bytes of lane l; tile[s] gets byte s of every lane.
     static void transpose(const uint64_t* rows, uint8_t (*tile)[count])
     {
-        const __m512i v = _mm512_loadu_si512(rows);
+        // Put together in registers: a load would have to wait until all eight stores are through.
+        const auto pair = [&](int l) {
+            const __m128i low = _mm_cvtsi64_si128(static_cast<int64_t>(rows[l]));
+            return _mm_insert_epi64(low, static_cast<int64_t>(rows[l + 1]), 1);
+        };
+        const __m256i half = _mm256_inserti128_si256(_mm256_castsi128_si256(pair(0)), pair(2), 1);
+        const __m256i other = _mm256_inserti128_si256(_mm256_castsi128_si256(pair(4)), pair(6), 1);
+        const __m512i v = _mm512_inserti64x4(_mm512_castsi256_si512(half), other, 1);
         const __m512i columns =
             _mm512_set_epi8(63, 55, 47, 39, 31, 23, 15, 7, 62, 54, 46, 38, 30, 22, 14, 6, 61, 53, 45, 37, 29, 21, 13, 5,
                             60, 52, 44, 36, 28, 20, 12, 4, 59, 51, 43, 35, 27, 19, 11, 3, 58, 50, 42, 34, 26, 18, 10, 2,
@@ -103,12 +109,11 @@ struct Lanes {
         return _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(four)));
     }
     static Vector add(Vector a, Vector b) { return _mm256_add_pd(a, b); }
-    static Vector subtract(Vector a, Vector b) { return _mm256_sub_pd(a, b); }
     static Vector multiply(Vector a, Vector b) { return _mm256_mul_pd(a, b); }
     static Vector least(Vector a, Vector b) { return _mm256_min_pd(a, b); }
     static Vector greatest(Vector a, Vector b) { return _mm256_max_pd(a, b); }
     static Flags atLeast(Vector a, Vector b) { return _mm256_cmp_pd(a, b, _CMP_GE_OQ); }
-    static Vector choose(Flags flags, Vector yes, Vector no) { return _mm256_blendv_pd(no, yes, flags); }
+    static Vector subtractWhere(Flags flags, Vector a, Vector b) { return _mm256_sub_pd(a, _mm256_and_pd(flags, b)); }
     static Vector keep(unsigned bits, Vector v)
     {
         const __m256i places = _mm256_setr_epi64x(1, 2, 4, 8);
@@ -116,7 +121,7 @@ struct Lanes {
         return _mm256_and_pd(v, _mm256_castsi256_pd(_mm256_cmpeq_epi64(set, places)));
     }
     static unsigned bits(Flags flags) { return static_cast<unsigned>(_mm256_movemask_pd(flags)); }
-    static double first(Vector v) { return _mm256_cvtsd_f64(v); }
+    static void storeFirst(double* to, Vector v) { _mm_store_sd(to, _mm256_castpd256_pd128(v)); }
     static Vector withFirst(Vector v, const double* value) { return _mm256_blend_pd(v, _mm256_broadcast_sd(value), 1); }
     // Lane l to lane l + 1, the last to the first.
     static Vector rotate(Vector v) { return _mm256_permute4x64_pd(v, 0x93); }
@@ -148,11 +153,14 @@ struct Lanes {
         return Vector{static_cast<double>(bytes[0]), static_cast<double>(bytes[1])};
     }
     static Vector add(Vector a, Vector b) { return a + b; }
-    static Vector subtract(Vector a, Vector b) { return a - b; }
     static Vector multiply(Vector a, Vector b) { return a * b; }
     static Vector least(Vector a, Vector b) { return choose(a < b, a, b); }
     static Vector greatest(Vector a, Vector b) { return choose(a > b, a, b); }
     static Flags atLeast(Vector a, Vector b) { return a >= b; }
+    static Vector subtractWhere(Flags flags, Vector a, Vector b)
+    {
+        return a - reinterpret_cast<Vector>(reinterpret_cast<Flags>(b) & flags);
+    }
     static Vector choose(Flags flags, Vector yes, Vector no)
     {
         return reinterpret_cast<Vector>((reinterpret_cast<Flags>(yes) & flags) |
@@ -164,7 +172,7 @@ struct Lanes {
         return reinterpret_cast<Vector>(reinterpret_cast<Flags>(v) & flags);
     }
     static unsigned bits(Flags flags) { return static_cast<unsigned>((flags[0] & 1) | (flags[1] & 2)); }
-    static double first(Vector v) { return v[0]; }
+    static void storeFirst(double* to, Vector v) { *to = v[0]; }
     static Vector withFirst(Vector v, const double* value) { return Vector{*value, v[1]}; }
     static Vector rotate(Vector v) { return Vector{v[1], v[0]}; }
     static void store(double* to, Vector v) { std::memcpy(to, &v, sizeof v); }
@@ -292,26 +300,21 @@ class Wave
         const Vector white = Lanes::all(255.0);
         Vector carried = chain.ring[s];
         if (Inside || isPixel(time - Lanes::count, s))
-            out[s * Stride] = Lanes::first(carried);
+            Lanes::storeFirst(out + s * Stride, carried);
         if (Inside || isPixel(time, s))
             carried = Lanes::withFirst(carried, in + s * Stride);
         const Vector sum = Lanes::add(Lanes::fromBytes(chain.tile[s]), carried);
         const Vector work = Lanes::least(white, Lanes::greatest(zero, sum));
         const Vector v = Lanes::add(chain.right, work);
         const auto on = Lanes::atLeast(v, Lanes::all(128.0));
-        // Both outcomes are worked out while the comparison is under way. At 255 and above, and at 0 and below, there
-        // is no error.
-        const Vector errorOn = Lanes::least(zero, Lanes::subtract(v, white));
-        const Vector errorOff = Lanes::greatest(zero, v);
-        Vector error = Lanes::choose(on, errorOn, errorOff);
-        chain.right =
-            Lanes::choose(on, Lanes::multiply(errorOn, weights.right), Lanes::multiply(errorOff, weights.right));
+        // At 255 and above, and at 0 and below, there is no error.
+        const Vector level = Lanes::least(white, Lanes::greatest(zero, v));
+        Vector error = Lanes::subtractWhere(on, level, white);
         if constexpr (!Inside) {
-            const unsigned pixels = lanesAtPixels(time, s);
-            error = Lanes::keep(pixels, error);
-            chain.right = Lanes::keep(pixels, chain.right);
+            error = Lanes::keep(lanesAtPixels(time, s), error);
             chain.errors[s] = error;
         }
+        chain.right = Lanes::multiply(error, weights.right);
         chain.ring[(s + 7) % 8] = Lanes::rotate(Lanes::add(chain.belowSum, Lanes::multiply(error, weights.lowerLeft)));
         chain.belowSum = Lanes::add(chain.lowerRight, Lanes::multiply(error, weights.below));
         chain.lowerRight = Lanes::multiply(error, weights.lowerRight);

@@ -21,8 +21,9 @@ namespace lx::LX_LEVEL
 namespace
 {
 
-// The sum of double-precision products falls short of the integer it stands for at some colours, all of them with x a
-// multiple of 100 and none of them gray; everywhere else it gives floor(x / 100).
+// The sum of double-precision products falls short of the integer it stands for at 180 colours; everywhere else it
+// gives floor(x / 100). All of them have x a multiple of 100, and a third byte that is 32 or more away from one of the
+// others: so few pixels of paper and ink are in doubt that those are summed one by one.
 uint8_t preciseOf(const uint8_t* pixel, unsigned red)
 {
     const double sum = (pixel[2 - red] * 0.33 + pixel[1] * 0.34) + pixel[red] * 0.33;
@@ -53,10 +54,12 @@ void storeBits(uint8_t* destination, uint64_t bits, size_t n)
                              _mm_cvtsi64_si128(static_cast<int64_t>(bits)));
 }
 
-// 32 triples: x = 33 (R + B) + 34 G of each, and the first two components as the bytes of 16-bit lanes.
+// 32 triples: x = 33 (R + B) + 34 G of each; as the bytes of 16-bit lanes, the first two components, and the third
+// twice.
 struct Weighted32 {
     __m512i x;
     __m512i firstTwo;
+    __m512i third;
 };
 
 // Only the first n triples are read.
@@ -85,7 +88,7 @@ Weighted32 weighted32(const uint8_t* source, size_t n)
     const __m512i third = _mm512_permutex2var_epi8(low, _mm512_load_si512(places.third), high);
     return {_mm512_add_epi16(_mm512_maddubs_epi16(firstTwo, _mm512_set1_epi16(34 << 8 | 33)),
                              _mm512_maddubs_epi16(third, _mm512_set1_epi16(33))),
-            firstTwo};
+            firstTwo, third};
 }
 
 // floor(x / 100) for x <= 25500.
@@ -168,9 +171,10 @@ void preciseGray(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destina
         const __m512i gray = hundredths(w.x);
         storeGray(destination + i, gray, pixels - i);
         const __mmask32 multiple = _mm512_cmpeq_epi16_mask(w.x, _mm512_mullo_epi16(gray, _mm512_set1_epi16(100)));
-        const __m512i swapped = _mm512_or_si512(_mm512_slli_epi16(w.firstTwo, 8), _mm512_srli_epi16(w.firstTwo, 8));
-        for (uint32_t open = _cvtmask32_u32(_mm512_mask_cmpneq_epi16_mask(multiple, w.firstTwo, swapped)); open != 0;
-             open &= open - 1) {
+        const __m512i apart =
+            _mm512_or_si512(_mm512_subs_epu8(w.third, w.firstTwo), _mm512_subs_epu8(w.firstTwo, w.third));
+        const __mmask32 far = _mm512_mask_test_epi16_mask(multiple, apart, _mm512_set1_epi8(static_cast<char>(0xE0)));
+        for (uint32_t open = _cvtmask32_u32(far); open != 0; open &= open - 1) {
             const size_t k = i + static_cast<unsigned>(__builtin_ctz(open));
             destination[k] = preciseOf(source + 3 * k, blueFirst ? 2 : 0);
         }
@@ -252,8 +256,10 @@ uint64_t doubtful(const uint8_t* source, const uint8_t* gray, size_t n)
     uint8_t flags[64] = {};
     for (size_t k = 0; k < n; ++k) {
         const uint8_t* pixel = source + 3 * k;
-        flags[63 - k] = static_cast<uint8_t>(static_cast<int>(weighted(pixel) == gray[k] * 100) &
-                                             static_cast<int>(pixel[0] != pixel[1]));
+        // Bytes that are 32 apart differ in their highest three bits.
+        const auto apart = static_cast<uint8_t>((pixel[2] ^ pixel[0]) | (pixel[2] ^ pixel[1]));
+        flags[63 - k] =
+            static_cast<uint8_t>(static_cast<int>(weighted(pixel) == gray[k] * 100) & static_cast<int>(apart >= 32));
     }
     uint8_t bytes[8];
     packBits(flags, bytes, sizeof bytes);

@@ -72,7 +72,8 @@ void pick(const uint8_t* LX_RESTRICT source, uint32_t first, ptrdiff_t ahead, ui
         if (ahead != 0) {
             for (unsigned k = 0; k <= group->last; k += 64)
                 __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from + k) +
-                                                                 static_cast<uintptr_t>(ahead)));
+                                                                 static_cast<uintptr_t>(ahead)),
+                                   0, 2);
         }
 #if defined(LX_LEVEL_v4)
         // A few bytes far apart are better fetched one by one.
@@ -96,16 +97,28 @@ __m512i widen(const uint8_t* bytes)
     return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes)));
 }
 
-// The sums of as many columns as whole registers take; returns their number.
+// Asks for the bytes of 128 columns, `step` bytes further on. The address may lie anywhere.
+void fetchEarly(const uint8_t* source, ptrdiff_t step)
+{
+    const uintptr_t address = reinterpret_cast<uintptr_t>(source) + static_cast<uintptr_t>(step);
+    __builtin_prefetch(reinterpret_cast<const void*>(address), 0, 2);      // NOLINT(performance-no-int-to-ptr)
+    __builtin_prefetch(reinterpret_cast<const void*>(address + 64), 0, 2); // NOLINT(performance-no-int-to-ptr)
+}
+
+// The sums of as many columns as whole registers take; returns their number. The rows that follow are likely to be
+// wanted next.
 size_t sumRowsWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, uint16_t* LX_RESTRICT sums,
                    size_t components)
 {
+    const ptrdiff_t ahead = static_cast<ptrdiff_t>(rows) * step;
     size_t i = 0;
     for (; i + 128 <= components; i += 128) {
         const uint8_t* row = source + i;
         __m512i v[4] = {widen(row), widen(row + 32), widen(row + 64), widen(row + 96)};
+        fetchEarly(row, ahead);
         for (unsigned r = 1; r < rows; ++r) {
             row += step;
+            fetchEarly(row, ahead);
             for (unsigned k = 0; k < 4; ++k)
                 v[k] = _mm512_add_epi16(v[k], widen(row + 32 * k));
         }
@@ -143,19 +156,11 @@ uint32_t bits32(const uint64_t* bits, size_t at)
     return static_cast<uint32_t>(bits[at / 64] >> at % 64);
 }
 
-// Blocks of at most 257 pixels, so that their sums fit 16 bits.
-bool blockMeansWide(const BlockColumns& columns, const BlockRule& rule, const uint16_t* LX_RESTRICT sums,
-                    uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
+// The sums of blocks take the place of those of their columns, close together; returns their number. What is written
+// is behind what is still to be read.
+size_t sumBlocksWide(const BlockColumns& columns, uint16_t* sums)
 {
-    const auto both = [](uint32_t wide, uint32_t narrow0, uint32_t wide1) {
-        return _mm512_mask_blend_epi16(wide, _mm512_set1_epi16(static_cast<short>(narrow0)),
-                                       _mm512_set1_epi16(static_cast<short>(wide1)));
-    };
-    uint32_t reciprocals[2];
-    for (unsigned k = 0; k < 2; ++k)
-        reciprocals[k] = rule.pixels[k] == 1 ? 65535 : 65536 / rule.pixels[k];
-    const bool marking = rule.marked[0] || rule.marked[1];
-    uint32_t anyMark = 0;
+    size_t n = 0;
     for (size_t c = 0; c < columns.components; c += 32) {
         const uint32_t begins = bits32(columns.begins, c);
         if (begins == 0)
@@ -167,6 +172,30 @@ bool blockMeansWide(const BlockColumns& columns, const BlockRule& rule, const ui
         if (wide != 0)
             sum =
                 _mm512_mask_add_epi16(sum, wide, sum, _mm512_loadu_si512(sums + c + columns.width * columns.channels));
+        _mm512_storeu_si512(sums + n, _mm512_maskz_compress_epi16(begins, sum));
+        n += static_cast<unsigned>(__builtin_popcount(begins));
+    }
+    return n;
+}
+
+// Blocks of at most 257 pixels, so that their sums fit 16 bits.
+bool blockMeansWide(const BlockColumns& columns, const BlockRule& rule, uint16_t* sums,
+                    uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
+{
+    const auto both = [](uint32_t wide, uint32_t narrow0, uint32_t wide1) {
+        return _mm512_mask_blend_epi16(wide, _mm512_set1_epi16(static_cast<short>(narrow0)),
+                                       _mm512_set1_epi16(static_cast<short>(wide1)));
+    };
+    uint32_t reciprocals[2];
+    for (unsigned k = 0; k < 2; ++k)
+        reciprocals[k] = rule.pixels[k] == 1 ? 65535 : 65536 / rule.pixels[k];
+    const bool marking = rule.marked[0] || rule.marked[1];
+    uint32_t anyMark = 0;
+    const size_t count = sumBlocksWide(columns, sums);
+    for (size_t k = 0; k < count; k += 32) {
+        const auto mine = static_cast<uint32_t>(lowest(static_cast<unsigned>(count - k < 32 ? count - k : 32)));
+        const uint32_t wide = bits32(columns.wideMeans, k);
+        const __m512i sum = _mm512_loadu_si512(sums + k);
         // The truncated reciprocal gives a quotient that is at most 1 short, which the remainder tells.
         const __m512i pixels = both(wide, rule.pixels[0], rule.pixels[1]);
         __m512i mean = _mm512_mulhi_epu16(sum, both(wide, reciprocals[0], reciprocals[1]));
@@ -175,27 +204,22 @@ bool blockMeansWide(const BlockColumns& columns, const BlockRule& rule, const ui
         mean = _mm512_mask_add_epi16(mean, isShort, mean, _mm512_set1_epi16(1));
         if (marking) {
             const __m512i exact = _mm512_mullo_epi16(mean, pixels);
-            const uint32_t marked = (rule.marked[0] ? begins & ~wide : 0) | (rule.marked[1] ? wide : 0);
+            const uint32_t marked = mine & ((rule.marked[0] ? ~wide : 0) | (rule.marked[1] ? wide : 0));
             const uint32_t white = marked & _mm512_cmpeq_epi16_mask(mean, _mm512_set1_epi16(255));
             uint32_t even = marked & ~white & _mm512_cmpeq_epi16_mask(sum, exact);
             even &= _mm512_test_epi16_mask(sum, sum);
             mean = _mm512_mask_mov_epi16(mean, white, both(wide, rule.white[0], rule.white[1]));
-            const __m256i flags = _mm256_maskz_compress_epi8(begins, _mm256_movm_epi8(even));
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(marks), flags);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(marks + k), _mm256_movm_epi8(even));
             anyMark |= even;
         }
-        const unsigned made = static_cast<unsigned>(__builtin_popcount(begins));
-        const __m256i bytes = _mm256_maskz_compress_epi8(begins, lowBytes(mean));
-        _mm256_mask_storeu_epi8(destination, static_cast<uint32_t>(lowest(made)), bytes);
-        destination += made;
-        marks += made;
+        _mm256_mask_storeu_epi8(destination + k, mine, lowBytes(mean));
     }
     return anyMark != 0;
 }
 
 #endif
 
-bool blockMeans(const BlockColumns& columns, const BlockRule& rule, const uint16_t* LX_RESTRICT sums,
+bool blockMeans(const BlockColumns& columns, const BlockRule& rule, uint16_t* LX_RESTRICT sums,
                 uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
 {
 #if defined(LX_LEVEL_v4)

@@ -26,10 +26,11 @@ struct BlockColumns {
     unsigned channels;
     uint32_t width;
     uint32_t blocks;
-    uint32_t components;    // source components of all blocks
-    const uint32_t* starts; // first pixel of each block, and the end of the last
-    const uint64_t* begins; // bit c says whether component c is one of a block's first pixel
-    const uint64_t* wide;   // the same of wide blocks alone
+    uint32_t components;       // source components of all blocks
+    const uint32_t* starts;    // first pixel of each block, and the end of the last
+    const uint64_t* begins;    // bit c says whether component c is one of a block's first pixel
+    const uint64_t* wide;      // the same of wide blocks alone
+    const uint64_t* wideMeans; // bit k says whether component k of the means is a wide block's
 };
 
 // The mark of a block whose mean is in doubt; others have 0.
@@ -66,8 +67,8 @@ struct ResampleKernels {
 
     // destination[b] = floor(sum of block b / pixels) from the sums of its columns, component by component. Blocks that
     // are not all 0 or all 255 and divide evenly are marked by blockMark. `marks` has room for 64 bytes more than
-    // there are blocks, `sums` for 256 words more. Returns whether there are marks.
-    bool (*blockMeans)(const BlockColumns& columns, const BlockRule& rule, const uint16_t* sums, uint8_t* destination,
+    // there are blocks, `sums` for 256 words more; the sums are used up. Returns whether there are marks.
+    bool (*blockMeans)(const BlockColumns& columns, const BlockRule& rule, uint16_t* sums, uint8_t* destination,
                        uint8_t* marks);
 
     // destination[i] = trunc(from[i] + t * d), d = (to[i] - from[i]) * (1 / length) in single precision, the rest in

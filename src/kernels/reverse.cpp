@@ -92,14 +92,100 @@ void bytes(const uint8_t* source, uint8_t* destination, size_t n)
     reverseRow(source, destination, n, [](Word v) { return reverseBytes(v); });
 }
 
-void nibbles(const uint8_t* source, uint8_t* destination, size_t n)
+#if defined(LX_LEVEL_v4)
+
+// 64 bytes up to byte `last` of a row of `bytes` bytes. Bytes that are not the row's are 0, and not read: where the
+// register would reach over an end of the row, its address is not one of the row's.
+__m512i loadUpTo(const uint8_t* row, ptrdiff_t bytes, ptrdiff_t last)
 {
-    reverseRow(source, destination, n, [](Word v) { return reverseNibbles(v); });
+    const ptrdiff_t begin = last - 63 > 0 ? last - 63 : 0;
+    const ptrdiff_t end = last < bytes ? last + 1 : bytes;
+    if (begin >= end)
+        return _mm512_setzero_si512();
+    const __mmask64 there = ~uint64_t{0} >> (64 - (end - begin)) << (63 - last + begin);
+    const uintptr_t address = reinterpret_cast<uintptr_t>(row) + static_cast<uintptr_t>(last - 63);
+    return _mm512_maskz_loadu_epi8(there, reinterpret_cast<const void*>(address)); // NOLINT(performance-no-int-to-ptr)
 }
 
-void bits(const uint8_t* source, uint8_t* destination, size_t n)
+// Phases and the number of bits are any. Destination byte k has the bits of a window of two source bytes, the same
+// place in all of them. The last comes first.
+template <class Reverse>
+void reverseShifted(const uint8_t* source, unsigned sourcePhase, uint8_t* destination, unsigned destinationPhase,
+                    size_t bits, Reverse reverse)
 {
-    reverseRow(source, destination, n, [](Word v) { return reverseBits(v); });
+    const auto sourceBytes = static_cast<ptrdiff_t>((sourcePhase + bits + 7) / 8);
+    const auto bytes = static_cast<ptrdiff_t>((destinationPhase + bits + 7) / 8);
+    const auto place = static_cast<ptrdiff_t>(sourcePhase + bits + destinationPhase); // of byte 0, less 8
+    const unsigned shift = static_cast<unsigned>(place) % 8;
+    const ptrdiff_t firstByte = place / 8 - 1;
+    constexpr uint64_t unit = 0x0102040810204080;
+    const __m512i up = _mm512_set1_epi64(static_cast<int64_t>(unit >> 8 * shift));
+    const __m512i down = _mm512_set1_epi64(static_cast<int64_t>(shift != 0 ? unit << 8 * (8 - shift) : 0));
+    for (ptrdiff_t k = (bytes - 1) / 64 * 64; k >= 0; k -= 64) {
+        const __m512i first = loadUpTo(source, sourceBytes, firstByte - k);
+        const __m512i second = loadUpTo(source, sourceBytes, firstByte - k + 1);
+        __m512i v = reverse(_mm512_or_si512(timesMatrix(first, up), timesMatrix(second, down)));
+        const __mmask64 mine = ~uint64_t{0} >> (bytes - k < 64 ? 64 - (bytes - k) : 0);
+        if (k == 0 || bytes - k <= 64) {
+            const __m512i before = _mm512_maskz_loadu_epi8(mine, destination + k);
+            __m512i owned = _mm512_set1_epi8(-1);
+            if (bytes - k <= 64) {
+                const unsigned end = static_cast<unsigned>(destinationPhase + bits - 1) % 8 + 1;
+                owned = _mm512_mask_set1_epi8(owned, mine ^ (mine >> 1), static_cast<char>(0xFF00U >> end));
+            }
+            if (k == 0) {
+                const __m512i head =
+                    _mm512_mask_set1_epi8(_mm512_set1_epi8(-1), 1, static_cast<char>(0xFFU >> destinationPhase));
+                owned = _mm512_and_si512(owned, head);
+            }
+            v = _mm512_ternarylogic_epi64(owned, v, before, 0xCA);
+        }
+        _mm512_mask_storeu_epi8(destination + k, mine, v);
+    }
+}
+
+#else
+
+// By way of the stack, where whole source bytes are reversed.
+template <class Reverse>
+void reverseShifted(const uint8_t* source, unsigned sourcePhase, uint8_t* destination, unsigned destinationPhase,
+                    size_t bits, Reverse reverse)
+{
+    constexpr size_t limit = 32768; // most rows go in one piece
+    for (size_t done = 0; done < bits;) {
+        const size_t n = bits - done < limit ? bits - done : limit;
+        const size_t from = sourcePhase + done;
+        const size_t bytes = (from % 8 + n + 7) / 8;
+        uint8_t reversed[limit / 8 + 1];
+        reverseRow(source + from / 8, reversed, bytes, reverse);
+        const size_t first = 8 * bytes - from % 8 - n;
+        const size_t to = destinationPhase + bits - done - n;
+        bitKernels.copyBits(reversed + first / 8, first % 8, destination + to / 8, to % 8, n);
+        done += n;
+    }
+}
+
+#endif
+
+template <class Reverse>
+void reversePacked(const uint8_t* source, unsigned sourcePhase, uint8_t* destination, unsigned destinationPhase,
+                   size_t bits, Reverse reverse)
+{
+    if (sourcePhase == 0 && destinationPhase == 0 && bits % 8 == 0)
+        reverseRow(source, destination, bits / 8, reverse);
+    else if (bits != 0)
+        reverseShifted(source, sourcePhase, destination, destinationPhase, bits, reverse);
+}
+
+void nibbles(const uint8_t* source, unsigned sourcePhase, uint8_t* destination, unsigned destinationPhase, size_t n)
+{
+    reversePacked(source, 4 * sourcePhase, destination, 4 * destinationPhase, 4 * n,
+                  [](Word v) { return reverseNibbles(v); });
+}
+
+void bits(const uint8_t* source, unsigned sourcePhase, uint8_t* destination, unsigned destinationPhase, size_t n)
+{
+    reversePacked(source, sourcePhase, destination, destinationPhase, n, [](Word v) { return reverseBits(v); });
 }
 
 void triples(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t n, bool swap)

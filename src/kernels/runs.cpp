@@ -12,6 +12,10 @@
 #include <immintrin.h>
 #endif
 
+#if defined(LX_LEVEL_v4)
+#include "kernels/slanted_bits_v4.h"
+#endif
+
 namespace lx::LX_LEVEL
 {
 
@@ -79,10 +83,12 @@ class BitStream
 };
 
 // Neighbouring runs lie in different lines: too many streams for the processor to follow. The address may lie anywhere.
+// Level 3 is the first-level cache, 2 the second.
+template <int Level>
 void fetchEarly(const uint8_t* source, ptrdiff_t ahead)
 {
     const uintptr_t address = reinterpret_cast<uintptr_t>(source) + static_cast<uintptr_t>(ahead);
-    __builtin_prefetch(reinterpret_cast<const void*>(address)); // NOLINT(performance-no-int-to-ptr)
+    __builtin_prefetch(reinterpret_cast<const void*>(address), 0, Level); // NOLINT(performance-no-int-to-ptr)
 }
 
 template <unsigned Bits>
@@ -97,7 +103,7 @@ void copyPackedRuns(const RunRow& row, uint8_t* destination, unsigned phase)
         do {
             const size_t n = left < most ? left : most;
             const size_t byte = place / 8;
-            fetchEarly(run.line + byte, row.ahead);
+            fetchEarly<3>(run.line + byte, row.ahead);
             const uint64_t word =
                 byte + 8 <= row.lineBytes ? loadBig64(run.line + byte) : loadNearEnd(run.line, byte, row.lineBytes);
             stream.put(word << place % 8, static_cast<unsigned>(n));
@@ -120,6 +126,7 @@ template <size_t Size>
 void copyRuns(const RunRow& row, uint8_t* LX_RESTRICT destination)
 {
     constexpr size_t block = 32;
+    constexpr int level = Size == 3 ? 2 : 3; // some rows of triples are too much for the first-level cache
     size_t room = row.pixels * Size;
     for (size_t k = 0; k < row.count; ++k) {
         const size_t at = size_t{row.runs[k].column} * Size;
@@ -128,7 +135,7 @@ void copyRuns(const RunRow& row, uint8_t* LX_RESTRICT destination)
         const size_t rounded = (n + block - 1) / block * block;
         if (rounded <= room && at + rounded <= row.lineBytes) {
             for (size_t b = 0; b < n; b += block) {
-                fetchEarly(source + b, row.ahead);
+                fetchEarly<level>(source + b, row.ahead);
                 std::memcpy(destination + b, source + b, block);
             }
         } else {
@@ -161,6 +168,29 @@ void copyTriples(const RunRow& row, uint8_t* destination, bool swap)
     if (swap)
         swapTriples(destination, row.pixels);
 }
+
+#if defined(LX_LEVEL_v4)
+
+bool slantedBits(const SlantedBits& row, uint8_t* destination, unsigned phase)
+{
+    if (!SlantedWords::fit(row))
+        return false;
+    const SlantedWords words(row);
+    for (int64_t k = row.begin - phase; k < row.end; k += SlantedWords::groupPixels) {
+        words.make(k, destination);
+        destination += SlantedWords::groupPixels / 8;
+    }
+    return true;
+}
+
+#else
+
+bool slantedBits(const SlantedBits&, uint8_t*, unsigned)
+{
+    return false;
+}
+
+#endif
 
 // Calls `pick(i, x, line)` for every pixel; its column is `x` pixels right of the first pixel of the line's first byte.
 template <class Pick>
@@ -213,6 +243,7 @@ void pickTriples(const SlantedRow& row, uint8_t* LX_RESTRICT destination, size_t
 
 } // namespace
 
-constexpr RunKernels runKernels = {copyPacked, copyRuns<1>, copyTriples, pickBits, pickNibbles, pickBytes, pickTriples};
+constexpr RunKernels runKernels = {copyPacked, copyRuns<1>, copyTriples, slantedBits,
+                                   pickBits,   pickNibbles, pickBytes,   pickTriples};
 
 } // namespace lx::LX_LEVEL

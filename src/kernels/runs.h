@@ -38,6 +38,27 @@ struct SlantedRow {
     double first;
 };
 
+// Pixels `begin` to `end` - 1 of a destination row of bits: pixel k = the source pixel in the column of
+// trunc(across(k)) and the line of trunc(along(k)). All values of the coordinates are multiples of `unit`, which
+// doubles hold exactly.
+struct SlantedBits {
+    struct Coordinate {
+        double start; // at pixel 0
+        double slope; // per pixel, 0 to 1
+    };
+
+    const uint8_t* centre; // the byte of the area's first pixel in the line of 0
+    ptrdiff_t climb;       // from there to the line of 1
+    ptrdiff_t ahead;       // to the line that a later row will want, to be fetched early
+    size_t lineBytes;      // of a source line that hold pixels of its area
+    int64_t column;        // of the pixel of 0, counted from the first bit of `centre`
+    double unit;           // a power of 2
+    Coordinate across;
+    Coordinate along;
+    int64_t begin;
+    int64_t end;
+};
+
 struct RunKernels {
     // The runs' pixels, one after another. Packed pixels have `bits` (1 or 4) bits and start at place `phase` of the
     // destination's first byte, in pixels; neighbouring pixels keep their values.
@@ -45,6 +66,10 @@ struct RunKernels {
     void (*copyBytes)(const RunRow& row, uint8_t* destination);
     // The outer bytes are exchanged if `swap`.
     void (*copyTriples)(const RunRow& row, uint8_t* destination, bool swap);
+
+    // A whole row of bits, `destination` being the byte of its first pixel and `phase` that pixel's place in it.
+    // Returns whether it has been made: if not, nothing is written, and the row is to be copied run by run.
+    bool (*slantedBits)(const SlantedBits& row, uint8_t* destination, unsigned phase);
 
     // Canonical pixel i of the destination = source pixel (x_i, -y_i), counted from the centre, for i < n.
     void (*pickBits)(const SlantedRow& row, uint8_t* destination, size_t n);

@@ -37,7 +37,8 @@ bool runsV4()
            __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
            __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi") &&
            __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("avx512bitalg") &&
-           __builtin_cpu_supports("avx512vpopcntdq") && __builtin_cpu_supports("gfni");
+           __builtin_cpu_supports("avx512vpopcntdq") && __builtin_cpu_supports("avx512vnni") &&
+           __builtin_cpu_supports("gfni");
 }
 #endif
 

@@ -152,10 +152,23 @@ void walkTiles(const TransposeBlock& b, ptrdiff_t rows, ptrdiff_t columns, Tile 
     }
 }
 
+// Each row is a stream of its own, more than the processor follows by itself. Asks for the line of `byte` in some rows
+// of `bytes` bytes. The rows of a strip are too many for the first-level cache.
+void fetchEarly(const TransposeBlock& b, ptrdiff_t row, ptrdiff_t rows, ptrdiff_t byte, ptrdiff_t bytes)
+{
+    for (ptrdiff_t r = row; r < row + rows; ++r) {
+        if (byte < bytes)
+            __builtin_prefetch(b.source + r * b.sourceStep + byte, 0, 2);
+    }
+}
+
 template <class Form>
 void transposeInTiles(const TransposeBlock& b)
 {
-    walkTiles(b, square * Form::squares, square, [&b](ptrdiff_t r, ptrdiff_t c) {
+    constexpr ptrdiff_t rows = square * Form::squares;
+    walkTiles(b, rows, square, [&b](ptrdiff_t r, ptrdiff_t c) {
+        if (c % (4 * square) == 0)
+            fetchEarly(b, r, rows, c + 4 * square, b.columns);
         transposeTile<Form>(b.source + r * b.sourceStep + c, b.sourceStep, b.destination + c * b.destinationStep + r,
                             b.destinationStep);
     });
@@ -199,15 +212,6 @@ void transposeQuads(const uint8_t* LX_RESTRICT source, ptrdiff_t sourceStep, uin
         Wide::storeTriples(destination + c * destinationStep, Wide::shuffle(columns[c], pack));
 }
 
-// Each row is a stream of its own, more than the processor follows by itself. Asks for the line of `byte` in some rows.
-void fetchEarly(const TransposeBlock& b, ptrdiff_t row, ptrdiff_t rows, ptrdiff_t byte)
-{
-    for (ptrdiff_t r = row; r < row + rows; ++r) {
-        if (byte < 3 * b.columns)
-            __builtin_prefetch(b.source + r * b.sourceStep + byte);
-    }
-}
-
 // 16 bytes are read for four triples: those that follow, or at the right edge those that precede.
 bool transposeInQuads(const TransposeBlock& b, bool swap)
 {
@@ -222,7 +226,7 @@ bool transposeInQuads(const TransposeBlock& b, bool swap)
     walkTiles(b, rows, quad, [&](ptrdiff_t r, ptrdiff_t c) {
         const bool last = 3 * c + 16 > 3 * b.columns;
         if (c % (4 * quad) == 0)
-            fetchEarly(b, r, rows, 3 * (c + 12 * quad));
+            fetchEarly(b, r, rows, 3 * (c + 12 * quad), 3 * b.columns);
         transposeQuads(b.source + r * b.sourceStep + 3 * c - (last ? 4 : 0), b.sourceStep,
                        b.destination + c * b.destinationStep + 3 * r, b.destinationStep, last ? expandLast : expand,
                        pack);

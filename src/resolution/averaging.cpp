@@ -5,7 +5,7 @@
 // last run of either axis is flat. A ramp of L pixels from v to n is trunc(v + t d) for t from 0 to L - 1,
 // d = (n - v) * (1 / L) in single precision and the rest in double.
 
-#include "resolution/block_means.h"
+#include "resolution/averaged_line.h"
 #include "resolution/picked_columns.h"
 #include "resolution/workers.h"
 
@@ -16,49 +16,6 @@ namespace lx
 
 namespace
 {
-
-// Makes lines that are not wider than the source's: means of blocks.
-template <unsigned Channels>
-class MeanLine
-{
-  public:
-    // `tallest` is the largest number of source lines that are averaged into one.
-    MeanLine(const AreaView& source, const AreaView& destination, uint32_t tallest) noexcept
-        : source_(source), destination_(destination), walker_(source.width(), destination.width()), plans_(walker_),
-          means_(source), planned_(means_.canMake(tallest, walker_.longest()))
-    {
-    }
-
-    uint32_t make(uint32_t j, Span lines) noexcept
-    {
-        uint8_t* out = destination_.row(j);
-        if (lines.length == 1 && walker_.longest() == 1)
-            std::memcpy(out, source_.row(lines.start), size_t{source_.width()} * Channels);
-        else if (planned_)
-            plans_.forEach([&](const BlockPlan<Channels>& plan) {
-                means_.make(plan.columns, plan.sourceFirst, lines, out + size_t{plan.first} * Channels);
-            });
-        else
-            makeOneByOne(lines, out);
-        return reached_;
-    }
-
-  private:
-    void makeOneByOne(Span lines, uint8_t* out) noexcept
-    {
-        BlockWalker<float> walker = walker_;
-        for (Span block; walker.next(block); out += Channels)
-            means_.makeOne(block, lines, out);
-    }
-
-    const AreaView source_;
-    const AreaView destination_;
-    const BlockWalker<float> walker_;
-    const uint32_t reached_ = pixelsReached(walker_);
-    PlannedColumns<BlockWalker<float>, BlockPlan<Channels>> plans_;
-    BlockMeans<Channels> means_;
-    const bool planned_;
-};
 
 // Stretches of a line of one pixel for each source pixel: the source line itself, or the means of its block's columns.
 template <unsigned Channels>
@@ -243,7 +200,7 @@ int8_t average(uint16_t type, const ImageArea* source, const ImageArea* destinat
     const AreaView from(*source);
     const AreaView to(*destination);
     if (from.width() >= to.width())
-        averageLines<Channels, MeanLine<Channels>>(from, to, progress);
+        averageLines<Channels, AveragedLine<Channels>>(from, to, progress);
     else
         averageLines<Channels, RampLine<Channels>>(from, to, progress);
     return IMAGE_STATUS_OK;

@@ -3,8 +3,8 @@
 // Lines stay packed: the kernels pick single bits, or count the white pixels of all blocks of a line at once. Seen from
 // its destination pixels an enlarged axis has blocks of one pixel, so that each rule serves every geometric case.
 
+#include "resolution/all_white_line.h"
 #include "resolution/bit_lines.h"
-#include "resolution/flag_line.h"
 #include "resolution/scale_rows.h"
 #include "resolution/workers.h"
 
@@ -13,11 +13,6 @@ namespace lx
 
 namespace
 {
-
-// White where every pixel is.
-struct AllWhite {
-    static uint64_t least(uint64_t columns, uint64_t lines) { return columns * lines; }
-};
 
 // White where the share of white pixels, on a scale of 255 in single precision, is at least 128: half is black.
 struct MostlyWhite {
@@ -123,7 +118,6 @@ int8_t ScaleBilevelByMajority(const ImageArea* source, const ImageArea* destinat
     return IMAGE_STATUS_OK;
 }
 
-// A line's blocks are first put together to one line that is white where all of theirs are.
 int8_t ReduceBilevelBlackPriority(const ImageArea* source, const ImageArea* destination,
                                   ProgressCallback progress) noexcept
 {
@@ -133,21 +127,9 @@ int8_t ReduceBilevelBlackPriority(const ImageArea* source, const ImageArea* dest
     using Blocks = BlockWalker<double>;
     const AreaView from(*source);
     const AreaView to(*destination);
-    PlannedColumns<Blocks, Roomy<BitColumns>> columns(Blocks(source->width, destination->width), from, 1U);
-    FlagLine<AllWhite> line(to);
-    const BitBlockKernels& blocks = *kernels().bitBlocks;
-    uint8_t together[BitColumns::mostBytes];
-    reduceRows(Blocks(source->height, destination->height), destination->height, progress, [&](uint32_t j, Span lines) {
-        columns.forEach([&](const BitColumns& plan) {
-            const uint8_t* row = plan.row(lines.start);
-            if (plan.bytes() > sizeof together) { // a single block that is wider than the buffer
-                line.make(j, plan, row, from.lineStep(), lines.length);
-                return;
-            }
-            blocks.andRows(row, from.lineStep(), lines.length, together, plan.bytes());
-            line.make(j, plan, together, 0, 1);
-        });
-    });
+    AllWhiteLine<Blocks> line(from, to, Blocks(source->width, destination->width));
+    reduceRows(Blocks(source->height, destination->height), destination->height, progress,
+               [&](uint32_t j, Span lines) { line.make(j, lines); });
     return IMAGE_STATUS_OK;
 }
 

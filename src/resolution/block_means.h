@@ -106,10 +106,11 @@ struct BlockPlan {
 
     uint32_t first = 0;       // destination pixel
     uint32_t sourceFirst = 0; // source pixel
-    BlockColumns columns = {Channels, 0, 0, 0, starts, begins, wide};
+    BlockColumns columns = {Channels, 0, 0, 0, starts, begins, wide, wideMeans};
     uint32_t starts[componentLimit / Channels + 1];
     uint64_t begins[componentLimit / 64 + 1];
     uint64_t wide[componentLimit / 64 + 1];
+    uint64_t wideMeans[componentLimit / 64 + 1];
 
     BlockPlan() = default;
     BlockPlan(const BlockPlan&) = delete;
@@ -123,6 +124,7 @@ struct BlockPlan {
         columns.components = 0;
         std::memset(begins, 0, sizeof begins);
         std::memset(wide, 0, sizeof wide);
+        std::memset(wideMeans, 0, sizeof wideMeans);
         for (Walker before = walker; walker.next(lastTaken_); before = walker) {
             if (!add(lastTaken_)) {
                 walker = before;
@@ -146,17 +148,20 @@ struct BlockPlan {
         if (block.length + 1 == columns.width && !anyWide()) {
             columns.width = block.length;
             std::memcpy(wide, begins, sizeof wide);
+            for (uint32_t k = 0; k < columns.blocks * Channels; ++k)
+                mark(wideMeans, k);
         }
         const bool isWide = block.length == columns.width + 1;
         if (!isWide && block.length != columns.width)
             return false;
-        starts[columns.blocks++] = block.start - sourceFirst;
-        for (unsigned c = 0; c < Channels; ++c)
+        for (unsigned c = 0; c < Channels; ++c) {
             mark(begins, columns.components + c);
-        if (isWide) {
-            for (unsigned c = 0; c < Channels; ++c)
+            if (isWide) {
                 mark(wide, columns.components + c);
+                mark(wideMeans, columns.blocks * Channels + c);
+            }
         }
+        starts[columns.blocks++] = block.start - sourceFirst;
         columns.components += block.length * Channels;
         return true;
     }

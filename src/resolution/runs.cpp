@@ -2,9 +2,11 @@
 // survive.
 //
 // The lines of a block are put together to one line that is white where all of theirs are; its black runs are found by
-// looking for changes a word at a time, and each is mapped to a run of the destination. An enlarged axis repeats
-// pixels.
+// looking for changes a word at a time, and each is mapped to a run of the destination. At most widths, each source
+// column is mapped to one destination pixel of its own, wherever runs begin and end: blocks of columns do then. An
+// enlarged axis repeats pixels.
 
+#include "resolution/all_white_line.h"
 #include "resolution/bit_lines.h"
 #include "resolution/scale_rows.h"
 #include "resolution/workers.h"
@@ -152,12 +154,84 @@ class LinePainter
 
 // Black source pixels `begin` to `end` - 1 to destination pixels. The end is rounded up by 1 - r, r being the ratio of
 // the widths, so that no run vanishes.
+class RunRule
+{
+  public:
+    RunRule(uint32_t source, uint32_t destination) noexcept
+        : ratio_(static_cast<double>(destination) / source), rounding_(1.0 - ratio_)
+    {
+    }
+
+    int64_t from(uint32_t begin) const { return static_cast<int64_t>(begin * ratio_); }
+    int64_t to(uint32_t end) const { return static_cast<int64_t>(end * ratio_ + rounding_); }
+
+    // Whether every column covers exactly the destination pixel that it begins in, and each of these has q or q + 1
+    // columns: a run then covers what its columns do. Where a product is an integer but for its rounding, this may not
+    // be so.
+    bool mapsColumns(uint32_t source, uint32_t destination) const noexcept
+    {
+        const uint32_t shortest = source / destination;
+        uint32_t begin = 0; // of the columns of `pixel`
+        int64_t pixel = 0;
+        for (uint32_t column = 0; column < source; ++column) {
+            const int64_t mine = from(column);
+            if (mine != pixel) {
+                const uint32_t length = column - begin;
+                if (mine != pixel + 1 || length < shortest || length > shortest + 1)
+                    return false;
+                pixel = mine;
+                begin = column;
+            }
+            if (to(column + 1) != mine + 1)
+                return false;
+        }
+        return source - begin <= shortest + 1;
+    }
+
+  private:
+    double ratio_;
+    double rounding_;
+};
+
+// The columns of each destination pixel.
+class RunColumns
+{
+  public:
+    RunColumns(uint32_t source, uint32_t destination) noexcept
+        : rule_(source, destination), source_(source), shortest_(source / destination)
+    {
+    }
+
+    bool done() const { return position_ == source_; }
+
+    bool next(Span& block) noexcept
+    {
+        if (done())
+            return false;
+        const int64_t pixel = rule_.from(position_);
+        uint32_t end = position_ + 1;
+        while (end != source_ && rule_.from(end) == pixel)
+            ++end;
+        block = {position_, end - position_};
+        position_ = end;
+        return true;
+    }
+
+    uint32_t shortest() const { return shortest_; }
+    uint32_t longest() const { return shortest_ + 1; }
+
+  private:
+    RunRule rule_;
+    uint32_t source_;
+    uint32_t shortest_;
+    uint32_t position_ = 0;
+};
+
 class RunMapper
 {
   public:
     RunMapper(const AreaView& source, const AreaView& destination) noexcept
-        : painter_(destination), width_(destination.width()), ratio_(static_cast<double>(width_) / source.width()),
-          rounding_(1.0 - ratio_)
+        : painter_(destination), width_(destination.width()), rule_(source.width(), width_)
     {
     }
 
@@ -166,8 +240,8 @@ class RunMapper
     // False when the line is full.
     bool paint(uint32_t begin, uint32_t end) noexcept
     {
-        const auto from = static_cast<int64_t>(begin * ratio_);
-        const auto to = static_cast<int64_t>(end * ratio_ + rounding_);
+        const int64_t from = rule_.from(begin);
+        const int64_t to = rule_.to(end);
         if (from >= width_)
             return false;
         painter_.paint(static_cast<uint32_t>(from), static_cast<uint32_t>(std::min<int64_t>(to, width_)));
@@ -177,9 +251,26 @@ class RunMapper
   private:
     LinePainter painter_;
     uint32_t width_;
-    double ratio_;
-    double rounding_;
+    RunRule rule_;
 };
+
+// False, with nothing done, if that is not the same as runs or not quicker.
+bool reduceByColumns(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
+{
+    if (!RunRule(source.width(), destination.width()).mapsColumns(source.width(), destination.width()))
+        return false;
+    AllWhiteLine<RunColumns> line(source, destination, RunColumns(source.width(), destination.width()));
+    if (!line.gathers())
+        return false;
+    scaleRows(
+        source, destination, reducedRuns, progress,
+        [&](uint32_t j, Span lines) {
+            line.make(j, lines);
+            return destination.width();
+        },
+        replicateLines(destination));
+    return true;
+}
 
 void reduceByRuns(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
@@ -236,10 +327,12 @@ int8_t ScaleBilevelByRuns(const ImageArea* source, const ImageArea* destination,
 {
     if (!isScalable(*source, *destination, IMAGE_TYPE_BW))
         return IMAGE_STATUS_BAD_ARGUMENT;
-    if (source->width > destination->width)
-        reduceByRuns(AreaView(*source), AreaView(*destination), progress);
-    else
-        widenByRuns(AreaView(*source), AreaView(*destination), progress);
+    const AreaView from(*source);
+    const AreaView to(*destination);
+    if (from.width() <= to.width())
+        widenByRuns(from, to, progress);
+    else if (!reduceByColumns(from, to, progress))
+        reduceByRuns(from, to, progress);
     return IMAGE_STATUS_OK;
 }
 

@@ -105,13 +105,12 @@ int8_t shrinkBilevel(const ImageArea* source, const ImageArea* thumbnail, Progre
     return lxResolutionAndImageTypeConvertToGrayscaleFromBW(1, &palette, source, thumbnail, progress);
 }
 
-int8_t shrinkInSteps(ScaleWorker* sample, ScaleWorker* average, const ImageArea* source, const ImageArea* thumbnail,
-                     const ImageArea* work, ProgressCallback progress)
+int8_t shrinkByMeans(ScaleWorker* average, StepWorker* reduceInSteps, const ImageArea* source,
+                     const ImageArea* thumbnail, const ImageArea* work, ProgressCallback progress)
 {
-    if (!exceeds(*source, *thumbnail, sampledFactor))
-        return average(source, thumbnail, progress);
-    const int8_t status = sample(source, work, nullptr);
-    return status != IMAGE_STATUS_OK ? status : average(work, thumbnail, progress);
+    if (exceeds(*source, *thumbnail, sampledFactor))
+        return reduceInSteps(source, work, thumbnail, progress);
+    return average(source, thumbnail, progress);
 }
 
 // Full colour from 8 colours, then averaged.
@@ -163,7 +162,7 @@ int8_t lxCreateThubmnailImage(const ImageArea* source, const ImageArea* destinat
     case IMAGE_TYPE_16GRAY:
         return ScaleGray16BySampling(source, destination, progress);
     case IMAGE_TYPE_256GRAY:
-        return shrinkInSteps(ScaleGray256BySampling, ScaleGray256ByAveraging, source, destination, work1, progress);
+        return shrinkByMeans(ScaleGray256ByAveraging, ReduceGray256InSteps, source, destination, work1, progress);
     case IMAGE_TYPE_8RGB:
         return shrink8Color(source, destination, work1, work2, progress);
     case IMAGE_TYPE_16RGB:
@@ -171,7 +170,7 @@ int8_t lxCreateThubmnailImage(const ImageArea* source, const ImageArea* destinat
     case IMAGE_TYPE_256RGB:
         return ScaleColor256BySampling(source, destination, progress);
     case IMAGE_TYPE_16MRGB:
-        return shrinkInSteps(ScaleFullColorBySampling, ScaleFullColorByAveraging, source, destination, work1, progress);
+        return shrinkByMeans(ScaleFullColorByAveraging, ReduceFullColorInSteps, source, destination, work1, progress);
     default:
         return IMAGE_STATUS_BAD_ARGUMENT;
     }

@@ -35,6 +35,12 @@ ScaleWorker ScaleFullColorBySampling;
 ScaleWorker ScaleFullColorByAveraging;
 ScaleWorker ScaleFullColorByInterpolation;
 
+// Sampling to a work area of whatever size, and averaging from there.
+using StepWorker = int8_t(const ImageArea* source, const ImageArea* work, const ImageArea* destination,
+                          ProgressCallback progress) noexcept;
+StepWorker ReduceGray256InSteps;
+StepWorker ReduceFullColorInSteps;
+
 // Bilevel to 256 gray; `palette` gives the levels of black and white.
 int8_t ScaleBilevelToGrayByAveraging(const ColorPalette* palette, const ImageArea* source, const ImageArea* destination,
                                      ProgressCallback progress) noexcept;

@@ -2,7 +2,7 @@
 
 #include "kernels/kernel_test.h"
 
-#include "correct/split_factors.h"
+#include "correct/fixed_factors.h"
 
 namespace lxtest
 {
@@ -109,7 +109,7 @@ const std::vector<KernelCase> colorKernelCases = {
      }},
     {"matrix",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         const lx::SplitFactors<9> factors = randomFactors<9>(bench.random(), 765);
+         const lx::MatrixFactors factors = lx::fixedFactors(randomFactors<9>(bench.random(), 765));
          kernels.correct->matrix(factors, inPlace(bench, 3 * n), n, bench.random().chance(50));
      }},
     {"sharpenSeparated",

@@ -43,6 +43,18 @@ void transposePacked(KernelBench& bench, size_t n, size_t perByte, void (*transp
                static_cast<ptrdiff_t>(groups), static_cast<ptrdiff_t>(rows), static_cast<ptrdiff_t>(columns), phase});
 }
 
+void reversePacked(KernelBench& bench, size_t n, size_t bitsPerPixel,
+                   void (*reverse)(const uint8_t*, unsigned, uint8_t*, unsigned, size_t))
+{
+    const auto perByte = static_cast<uint32_t>(8 / bitsPerPixel);
+    const auto phase = [&] { return bench.random().chance(30) ? 0 : bench.random().below(perByte); };
+    const unsigned from = phase();
+    const unsigned to = phase();
+    const auto bytes = [&](unsigned place) { return n == 0 ? 1 : (place + n + perByte - 1) / perByte; };
+    const uint8_t* source = bench.bytes(bytes(from));
+    reverse(source, from, bench.to(bytes(to)), to, n);
+}
+
 struct Runs {
     std::vector<lx::PixelRun> runs;
     lx::RunRow row;
@@ -121,9 +133,9 @@ const std::vector<KernelCase> rotationKernelCases = {
          kernels.reverse->triples(bench.bytes(3 * n), bench.to(3 * n), n, bench.random().chance(50));
      }},
     {"reverseNibbles", [](const lx::Kernels& kernels, KernelBench& bench,
-                          size_t n) { kernels.reverse->nibbles(bench.bytes(n), bench.to(n), n); }},
+                          size_t n) { reversePacked(bench, n, 4, kernels.reverse->nibbles); }},
     {"reverseBits", [](const lx::Kernels& kernels, KernelBench& bench,
-                       size_t n) { kernels.reverse->bits(bench.bytes(n), bench.to(n), n); }},
+                       size_t n) { reversePacked(bench, n, 1, kernels.reverse->bits); }},
     {"copyRunsOfBits",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) { copyPacked(kernels, bench, n, 1); }},
     {"copyRunsOfNibbles",

@@ -5,6 +5,11 @@
 #include <stdio.h>
 #include <string.h>
 
+_Static_assert(IMAGE_TYPE_BW == 0 && IMAGE_TYPE_16GRAY == 1 && IMAGE_TYPE_256GRAY == 2 && IMAGE_TYPE_8RGB == 3 &&
+                   IMAGE_TYPE_16RGB == 4 && IMAGE_TYPE_256RGB == 5 && IMAGE_TYPE_16MRGB == 6 && IMAGE_STATUS_OK == 0 &&
+                   IMAGE_STATUS_BAD_ARGUMENT == -1,
+               "codes are part of the binary interface");
+
 static unsigned lastProgress;
 
 static uint32_t onProgress(uint32_t current, uint32_t total)

@@ -148,6 +148,30 @@ TEST(Thumbnail, IsMadeByItsChain)
     }
 }
 
+// Work areas of other sizes than described, larger than the source and smaller than the thumbnail too: all of the
+// sampled picture is in the work area in the end.
+TEST(Thumbnail, LeavesTheSampledPictureInTheWorkArea)
+{
+    constexpr uint32_t sizes[][2] = {{60, 60}, {61, 75}, {33, 90}, {71, 47}, {140, 50}, {90, 140}, {9, 60}, {60, 8}};
+    Random random(2);
+    for (const uint16_t type : {uint16_t{IMAGE_TYPE_256GRAY}, uint16_t{IMAGE_TYPE_16MRGB}}) {
+        const Picture source = Picture::random(random, type, 71, 90);
+        const Image from(source);
+        for (const auto& [width, height] : sizes) {
+            const Image work(Picture(type, width, height));
+            const Image thumbnail(Picture(type, 10, 11));
+            ASSERT_EQ(lxCreateThubmnailImage(&from.area, &thumbnail.area, &work.area, nullptr, nullptr), 0);
+            const Picture sampled = scaled(0, source, width, height);
+            EXPECT_TRUE(samePicture(sampled, work.picture())) << width << " x " << height;
+            EXPECT_TRUE(samePicture(scaled(1, sampled, 10, 11), thumbnail.picture())) << width << " x " << height;
+        }
+        const Image wrong(Picture(IMAGE_TYPE_16GRAY, 10, 11));
+        const Image work(Picture(type, 60, 60));
+        EXPECT_EQ(lxCreateThubmnailImage(&from.area, &wrong.area, &work.area, nullptr, nullptr), -1);
+        EXPECT_TRUE(samePicture(scaled(0, source, 60, 60), work.picture()));
+    }
+}
+
 TEST(Thumbnail, ShadesBilevelPages)
 {
     // One black pixel of four; where a size does not shrink, the type stays.

@@ -1,4 +1,4 @@
-// The commands that correct a page, reduce its colours, and paste and mask: each on a few pixels.
+// The commands that correct a page, change its type, and paste and mask: each on a few pixels.
 
 #include "files/page_file.h"
 #include "tool_test.h"
@@ -67,6 +67,19 @@ TEST_F(Corrections, ReduceColors)
     }
 }
 
+TEST_F(Corrections, MakeGrayAndFullColor)
+{
+    const std::string in = lineOf("in.png", {{200, 100, 50}, {255, 255, 255}, {0, 0, 0}});
+    EXPECT_EQ(resultOf({"gray", in, "--channel", "green"}), Colors({{100, 100, 100}, {255, 255, 255}, {0, 0, 0}}));
+    EXPECT_EQ(resultOf({"gray", in, "--channel", "blue", "--levels", "16"}).at(0), Rgb({34, 34, 34}));
+    const std::string bilevel = path("bilevel.png");
+    ASSERT_EQ(run({"halftone", in, bilevel, "--method", "fixed"}).code, ExitCode::Done);
+    EXPECT_EQ(resultOf({"gray", bilevel}), Colors({{0, 0, 0}, {255, 255, 255}, {0, 0, 0}}));
+    EXPECT_EQ(resultOf({"gray", bilevel, "--window", "3"}).at(1), Rgb({102, 102, 102}));
+    EXPECT_EQ(resultOf({"full-color", bilevel}), Colors({{0, 0, 0}, {255, 255, 255}, {0, 0, 0}}));
+    EXPECT_EQ(resultOf({"full-color", in, "--window", "3"}).at(0), Rgb({153, 51, 51}));
+}
+
 TEST_F(Corrections, PasteAndMask)
 {
     const std::string in = lineOf("in.png", {{1, 1, 1}, {2, 2, 2}, {3, 3, 3}});
@@ -95,6 +108,10 @@ TEST_F(Corrections, RefuseWrongArguments)
                                               {"paste", in, out, "--picture", in, "--at", "1"},
                                               {"paste", in, out, "--picture", in, "--tolerance", "3"},
                                               {"paste", in, out, "--picture", in, "--key", "1,2,256"},
+                                              {"gray", in, out, "--window", "4"},
+                                              {"gray", in, out, "--levels", "4"},
+                                              {"full-color", in, out, "--window", "0"},
+                                              {"halftone", in, out, "--method", "fixed", "--channel", "red"},
                                               {"mask", in, out, "--color", "1,2,"},
                                               {"mask", in, out, "--area", "0,0,1"}};
     for (const auto& arguments : cases) {

@@ -3,6 +3,9 @@
 namespace lxpage
 {
 
+const std::map<std::string, Channel> channelNames = {
+    {"sum", Channel::Sum}, {"red", Channel::Red}, {"green", Channel::Green}, {"blue", Channel::Blue}};
+
 void convertToGray(const Image& page, const ImageArea& from, Channel channel, const ImageArea& to,
                    ProgressCallback progress)
 {

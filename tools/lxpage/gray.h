@@ -4,11 +4,17 @@
 
 #include "image.h"
 
+#include <map>
+#include <string>
+
 namespace lxpage
 {
 
 // What becomes of a colour page: the weighted sum, or one component.
 enum class Channel : uint16_t { Sum = 0, Red = 1, Green = 2, Blue = 3 };
+
+// "sum", "red", "green" and "blue".
+extern const std::map<std::string, Channel> channelNames;
 
 // Writes the gray of `from`, an area of `page`, to the area `to`.
 void convertToGray(const Image& page, const ImageArea& from, Channel channel, const ImageArea& to,

@@ -126,6 +126,8 @@ void Halftoner::convertBand(unsigned index, unsigned bands, ProgressBar& bar)
     convertToGray(page_, page_.band(y, to.height), settings_.channel, from, bar.part(2 * index, 2 * bands));
     const ProgressCallback toBilevel = bar.part(2 * index + 1, 2 * bands);
     switch (settings_.method) {
+    case HalftoneMethod::Fixed: // has no bands
+        break;
     case HalftoneMethod::Threshold:
         expectOk(lxImageTypeConvertToBWNonHalftone(&settings_.threshold, &from, &to, toBilevel),
                  "lxImageTypeConvertToBWNonHalftone");
@@ -141,6 +143,15 @@ void Halftoner::convertBand(unsigned index, unsigned bands, ProgressBar& bar)
                  "lxImageTypeConvertToBWEDHalftone");
         break;
     }
+}
+
+Image atFixedThreshold(const Image& page, ProgressBar& bar)
+{
+    Image result(IMAGE_TYPE_BW, page.width(), page.height(), page.resolution);
+    const ImageArea from = page.area();
+    const ImageArea to = result.area();
+    expectOk(lxImageTypeConvertToBW(&page.palette, &from, &to, bar.part(0, 1)), "lxImageTypeConvertToBW");
+    return result;
 }
 
 } // namespace
@@ -191,6 +202,9 @@ ErrorDiffusionKernel kernelFrom(const std::string& text)
 
 Image halftone(const Image& page, const HalftoneSettings& settings, ProgressBar& bar)
 {
+    if (settings.method == HalftoneMethod::Fixed) {
+        return atFixedThreshold(page, bar);
+    }
     const bool whole = settings.bandLines == 0 || settings.randomKernels;
     const uint32_t bandLines = whole ? page.height() : settings.bandLines;
     const uint32_t bands = (page.height() - 1) / bandLines + 1;

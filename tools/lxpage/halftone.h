@@ -1,4 +1,4 @@
-// A page of any kind to bilevel through 256 gray, band by band.
+// A page of any kind to bilevel, through 256 gray band by band or straight by the fixed threshold.
 #ifndef LXPAGE_HALFTONE_H
 #define LXPAGE_HALFTONE_H
 
@@ -12,7 +12,7 @@
 namespace lxpage
 {
 
-enum class HalftoneMethod { Threshold, Dither, Diffusion };
+enum class HalftoneMethod { Fixed, Threshold, Dither, Diffusion };
 
 // Names of the built-in dither matrices, and the matrix of such a name.
 std::vector<std::string> matrixNames();

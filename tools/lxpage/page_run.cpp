@@ -4,9 +4,29 @@
 #include "files/page_file.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <optional>
 
 namespace lxpage
 {
+
+namespace
+{
+
+Image timed(const Image& page, const std::string& label, bool print, const PageStep& step)
+{
+    std::optional<ProgressBar> bar(label);
+    const Stopwatch watch;
+    Image result = step(page, *bar);
+    const double milliseconds = watch.milliseconds();
+    bar.reset(); // the line is free again
+    if (print) {
+        std::printf("%10.2f ms  %u x %u %s\n", milliseconds, result.width(), result.height(), typeName(result.type()));
+    }
+    return result;
+}
+
+} // namespace
 
 void addFileArguments(CLI::App& command, FileArguments& files)
 {
@@ -14,10 +34,10 @@ void addFileArguments(CLI::App& command, FileArguments& files)
     command.add_option("OUT", files.output, "Picture to write: .png, .tif or .tiff")->required()->type_name("");
     command.add_option("--page", files.page, "Take one page of a TIFF, counted from 1 (otherwise all of them)")
         ->check(CLI::PositiveNumber);
+    command.add_flag("--time", files.time, "Print the milliseconds that each page takes, without reading and writing");
 }
 
-void processPages(const FileArguments& files, const std::string& label,
-                  const std::function<Image(const Image& page, ProgressBar& bar)>& step)
+void processPages(const FileArguments& files, const std::string& label, const PageStep& step)
 {
     PageWriter writer(files.output);
     const auto source = openPages(files.input);
@@ -30,8 +50,9 @@ void processPages(const FileArguments& files, const std::string& label,
     const unsigned end = files.page == 0 ? count : files.page;
     for (unsigned index = first; index < end; ++index) {
         const Image page = source->read(index);
-        ProgressBar bar(count > 1 ? label + ", page " + std::to_string(index + 1) : label);
-        writer.append(step(page, bar));
+        const Image result =
+            timed(page, count > 1 ? label + ", page " + std::to_string(index + 1) : label, files.time, step);
+        writer.append(result);
     }
     writer.finish();
 }

@@ -1,6 +1,7 @@
 #include "scale.h"
 
 #include "error.h"
+#include "retype.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,27 +34,6 @@ const NamedMethod& entryOf(ScaleMethod method)
 {
     return *std::find_if(std::begin(methods), std::end(methods),
                          [&](const NamedMethod& named) { return named.method == method; });
-}
-
-bool isGray(uint16_t type)
-{
-    return type == IMAGE_TYPE_BW || type == IMAGE_TYPE_16GRAY || type == IMAGE_TYPE_256GRAY;
-}
-
-// The page in a type whose levels can be mixed.
-Image withLevels(const Image& page, ProgressCallback progress)
-{
-    const uint16_t type = isGray(page.type()) ? IMAGE_TYPE_256GRAY : IMAGE_TYPE_16MRGB;
-    checkPageSize(page.width(), page.height(), type == IMAGE_TYPE_16MRGB ? 3 : 1);
-    Image image(type, page.width(), page.height(), page.resolution);
-    const ImageArea from = page.area();
-    const ImageArea to = image.area();
-    if (type == IMAGE_TYPE_256GRAY) {
-        expectOk(lxImageTypeConvertToGrayscale(&page.palette, &from, &to, progress), "lxImageTypeConvertToGrayscale");
-    } else {
-        expectOk(lxImageTypeConvertTo16MRGB(&page.palette, &from, &to, progress), "lxImageTypeConvertTo16MRGB");
-    }
-    return image;
 }
 
 // White where the scaling does not reach: its blocks and runs may end a pixel short of the last column or line.
@@ -157,7 +137,7 @@ Image scale(const Image& page, ScaleMethod method, const PageSize& size, Progres
         return bilevelToGray(page, method, size, bar.part(0, 1));
     }
     if (named.mixes && page.type() != IMAGE_TYPE_256GRAY && page.type() != IMAGE_TYPE_16MRGB) {
-        const Image levels = withLevels(page, bar.part(0, 2));
+        const Image levels = toLevels(page, bar.part(0, 2));
         return resized(levels, named.code, size, bar.part(1, 2));
     }
     return resized(page, named.code, size, bar.part(0, 1));

@@ -3,28 +3,63 @@
 namespace lxpage
 {
 
+namespace
+{
+
+// The three work areas of a measurement, with their memory.
+class WorkAreas
+{
+  public:
+    explicit WorkAreas(const ImageArea& source)
+    {
+        lxCalculateMemorySizeForDetectionSlantAngle(&source, &small, &medium, &full);
+        ImageArea* const areas[] = {&small, &medium, &full};
+        for (int k = 0; k < 3; ++k) {
+            buffers_[k].resize(lxCalculateMemorySize(areas[k]->type, areas[k]->width, areas[k]->height));
+            areas[k]->buffer = buffers_[k].data();
+        }
+    }
+
+    // A strip too narrow to lie askew visibly has none.
+    [[nodiscard]] bool hasPixels() const { return small.width != 0 && small.height != 0; }
+
+    ImageArea small{};
+    ImageArea medium{};
+    ImageArea full{};
+
+  private:
+    std::vector<uint8_t> buffers_[3];
+};
+
+} // namespace
+
+double measureAngle(const Image& page, ProgressCallback progress)
+{
+    const ImageArea source = page.area();
+    WorkAreas work(source);
+    double angle = 0;
+    if (work.hasPixels()) {
+        expectOk(lxDetectionSlantAngle(&angle, &source, &page.palette, &work.small, &work.medium, &work.full, progress),
+                 "lxDetectionSlantAngle");
+    }
+    return angle;
+}
+
 Slant measureSlant(const Image& page, ProgressCallback progress)
 {
     const ImageArea source = page.area();
-    ImageArea areas[3];
-    lxCalculateMemorySizeForDetectionSlantAngle(&source, &areas[0], &areas[1], &areas[2]);
+    WorkAreas work(source);
     Slant slant;
-    slant.width = areas[0].width;
-    slant.height = areas[0].height;
-    if (slant.width == 0 || slant.height == 0) {
-        return slant; // a strip too narrow to lie askew visibly
+    slant.width = work.small.width;
+    slant.height = work.small.height;
+    if (work.hasPixels()) {
+        const int8_t status = lxDetectionSlantAngleForDebug(
+            &slant.angle, &source, &page.palette, &work.small, &work.medium, &work.full, &slant.bandFirst.column,
+            &slant.bandLast.column, &slant.bandFirst.row, &slant.bandLast.row, &slant.startA.column, &slant.startA.row,
+            &slant.startB.column, &slant.startB.row, &slant.endA.column, &slant.endA.row, &slant.endB.column,
+            &slant.endB.row, progress);
+        expectOk(status, "lxDetectionSlantAngleForDebug");
     }
-    std::vector<uint8_t> buffers[3];
-    for (int k = 0; k < 3; ++k) {
-        buffers[k].resize(size_t{areas[k].bytesPerLine} * areas[k].lines);
-        areas[k].buffer = buffers[k].data();
-    }
-    const int8_t status = lxDetectionSlantAngleForDebug(
-        &slant.angle, &source, &page.palette, &areas[0], &areas[1], &areas[2], &slant.bandFirst.column,
-        &slant.bandLast.column, &slant.bandFirst.row, &slant.bandLast.row, &slant.startA.column, &slant.startA.row,
-        &slant.startB.column, &slant.startB.row, &slant.endA.column, &slant.endA.row, &slant.endB.column,
-        &slant.endB.row, progress);
-    expectOk(status, "lxDetectionSlantAngleForDebug");
     return slant;
 }
 

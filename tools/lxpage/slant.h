@@ -7,7 +7,10 @@
 namespace lxpage
 {
 
-// Degrees by which the page has to be turned clockwise, and what shows it: positions on a copy of the page of
+// Degrees by which the page has to be turned clockwise.
+double measureAngle(const Image& page, ProgressCallback progress);
+
+// The same, and what shows it: positions on a copy of the page of
 // `width` x `height` pixels.
 struct Slant {
     struct Point {
@@ -27,6 +30,10 @@ struct Slant {
 };
 
 Slant measureSlant(const Image& page, ProgressCallback progress);
+
+// That copy, in colour, with the band (blue) and its edges (red above or on the left, green below or on the right)
+// drawn over it.
+Image slantOverlay(const Image& page, const Slant& slant);
 
 } // namespace lxpage
 

@@ -56,6 +56,13 @@ void printJson(const std::string& path, unsigned page, const Slant& slant, bool 
     std::printf("}");
 }
 
+template <typename Measure>
+auto watched(const Image& page, Measure measure)
+{
+    ProgressBar bar("angle");
+    return measure(page, bar.part(0, 1));
+}
+
 void printAngles(const Options& options)
 {
     bool isFirst = true;
@@ -63,17 +70,14 @@ void printAngles(const Options& options)
         const auto source = openPages(path);
         for (unsigned index = 0; index < source->count(); ++index) {
             const Image page = source->read(index);
-            Slant slant;
-            {
-                ProgressBar bar("angle");
-                slant = measureSlant(page, bar.part(0, 1));
-            }
             if (options.json) {
+                const Slant slant = watched(page, measureSlant);
                 std::printf("%s", isFirst ? "[" : "");
                 printJson(path, index + 1, slant, isFirst);
             } else {
+                const double angle = watched(page, measureAngle);
                 const std::string suffix = source->count() > 1 ? ", page " + std::to_string(index + 1) : "";
-                std::printf("%8.3f  %s%s\n", slant.angle, path.c_str(), suffix.c_str());
+                std::printf("%8.3f  %s%s\n", angle, path.c_str(), suffix.c_str());
             }
             isFirst = false;
         }

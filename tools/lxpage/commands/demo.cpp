@@ -1,18 +1,17 @@
-// `lxpage demo`: a page of our own making taken through everything the tool can do, one picture a step.
+// `lxpage demo`: a page of our own making taken through everything the tool can do, one picture a step. The steps are
+// command lines, printed as they run: what is shown here can be typed.
 
+#include "command_line.h"
 #include "error.h"
 #include "files/page_file.h"
-#include "gray.h"
-#include "halftone.h"
+#include "page_run.h"
 #include "sample/sample_page.h"
-#include "scale.h"
 
 #include <CLI/CLI.hpp>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <functional>
 #include <memory>
+#include <sstream>
 
 namespace lxpage
 {
@@ -27,135 +26,97 @@ struct Options {
     SamplePage page;
 };
 
-// Runs steps, writes their pictures and prints a line for each.
-class Demo
-{
-  public:
-    explicit Demo(std::string directory) : directory_(std::move(directory))
-    {
-        std::error_code failure;
-        std::filesystem::create_directories(directory_, failure);
-        if (failure) {
-            throw PageError(ExitCode::WriteFailed, "cannot make '" + directory_ + "': " + failure.message());
-        }
-        std::printf("%-32s %-24s %9s\n", "file", "size", "ms");
-    }
+// Names of pictures are within the demonstration's directory.
+constexpr const char* steps[] = {
+    "page page.png -o . --overlay --steps",
+    "angle page.png",
 
-    // A picture that `make` makes. The time is that of `make` alone; writing the file is not counted.
-    Image make(const std::string& name, const std::function<Image(ProgressBar&)>& make)
-    {
-        ProgressBar bar(name);
-        const auto start = Clock::now();
-        Image image = make(bar);
-        finish(name, image, Clock::now() - start);
-        return image;
-    }
+    "gray page.png gray.png",
+    "gray page.png gray-red.png --channel red",
+    "gray page.png gray-16.png --levels 16",
+    "halftone page.png fixed.png --method fixed",
+    "halftone page.png threshold.tif --method threshold",
+    "halftone page.png dither.png --method dither",
+    "halftone page.png dither-cluster.png --method dither --matrix cluster",
+    "halftone page.png diffusion.png --method diffusion",
+    "halftone page.png diffusion-random.png --method diffusion --random",
+    "gray diffusion.png from-bilevel.png --window 4",
+    "quantize page.png colors-8.png --colors 8",
+    "quantize page.png colors-8-dither.png --colors 8 --method dither",
+    "quantize page.png colors-16.png --colors 16",
+    "quantize page.png colors-256.png --colors 256",
+    "full-color colors-8.png from-8-colors.png --window 4",
 
-    // A picture of the page's size that one call of the library fills. The time is that of the call.
-    Image convert(const std::string& name, const Image& page, uint16_t type,
-                  const std::function<void(const ImageArea& from, const ImageArea& to, ProgressCallback)>& call)
-    {
-        Image image(type, page.width(), page.height(), page.resolution);
-        ProgressBar bar(name);
-        const auto start = Clock::now();
-        call(page.area(), image.area(), bar.part(0, 1));
-        finish(name, image, Clock::now() - start);
-        return image;
-    }
+    "scale page.png scaled-sampling.png --factor 0.4 --method sampling",
+    "scale page.png scaled-averaging.png --factor 0.4 --method averaging",
+    "scale page.png scaled-interpolation.png --factor 0.4 --method interpolation",
+    "scale fixed.png scaled-bilevel-sampling.png --factor 0.4 --method sampling",
+    "scale fixed.png scaled-bilevel-majority.png --factor 0.4 --method majority",
+    "scale fixed.png scaled-bilevel-runs.png --factor 0.4 --method runs",
+    "scale fixed.png scaled-bilevel-black-priority.png --factor 0.4 --method black-priority",
+    "scale fixed.png scaled-bilevel-averaging.png --factor 0.4 --method averaging",
+    "scale fixed.png scaled-bilevel-smooth.png --factor 0.4 --method smooth",
+    "scale fixed.png scaled-bilevel-interpolation.png --factor 0.4 --method interpolation",
+    "thumbnail page.png thumbnail.png --side 200",
 
-  private:
-    using Clock = std::chrono::steady_clock;
+    "rotate page.png turned-90.png --angle 90",
+    "rotate page.png turned-12.png --angle 12 --grow",
+    "median page.png median.png",
 
-    void finish(const std::string& name, const Image& image, std::chrono::duration<double, std::milli> taken) const
-    {
-        const std::string path = (std::filesystem::path(directory_) / name).string();
-        writePage(path, image);
-        const std::string size =
-            std::to_string(image.width()) + " x " + std::to_string(image.height()) + " " + typeName(image.type());
-        std::printf("%-32s %-24s %9.2f\n", path.c_str(), size.c_str(), taken.count());
-        std::fflush(stdout);
-    }
-
-    std::string directory_;
+    "tone page.png tone.png --brightness 15 --contrast 30 --shadow 20",
+    "tone page.png negative.png --negative",
+    "color page.png color.png --hue 60 --saturation 40",
+    "sharpen page.png sharpened.png",
+    "sharpen page.png sharpened-cross.png --cross",
+    "paste page.png pasted.png --picture thumbnail.png --at 60,40",
+    "paste page.png pasted-key.png --picture thumbnail.png --at 60,40 --key 255,255,255 --tolerance 40",
+    "mask page.png masked.png --area 100,100,250,200 --color 40,40,40",
+    "mask page.png tinted.png --tint --color 255,240,120",
 };
 
-void showGray(Demo& demo, const Image& page)
+// The step's words for the parser, with pictures in the directory and, where a step makes one, its time wanted.
+std::vector<std::string> argumentsOf(const std::string& step, const std::string& directory)
 {
-    const auto show = [&](const std::string& name, Channel channel) {
-        return demo.convert(name, page, IMAGE_TYPE_256GRAY,
-                            [&](const ImageArea& from, const ImageArea& to, ProgressCallback progress) {
-                                convertToGray(page, from, channel, to, progress);
-                            });
-    };
-    const Image gray = show("gray.png", Channel::Sum);
-    show("gray-red.png", Channel::Red);
-    show("gray-green.png", Channel::Green);
-    show("gray-blue.png", Channel::Blue);
-    demo.convert("gray-16-levels.png", gray, IMAGE_TYPE_16GRAY,
-                 [](const ImageArea& from, const ImageArea& to, ProgressCallback progress) {
-                     expectOk(lxImageTypeConvertTo16Gray(&from, &to, progress), "lxImageTypeConvertTo16Gray");
-                 });
-}
-
-void showHalftones(Demo& demo, const Image& page)
-{
-    const auto show = [&](const std::string& name, const HalftoneSettings& settings) {
-        demo.make(name, [&](ProgressBar& bar) { return halftone(page, settings, bar); });
-    };
-    HalftoneSettings settings;
-    settings.method = HalftoneMethod::Threshold;
-    show("threshold.tif", settings);
-    settings.method = HalftoneMethod::Dither;
-    show("dither.png", settings);
-    settings.matrix = matrixNamed("cluster");
-    show("dither-cluster.png", settings);
-    settings.method = HalftoneMethod::Diffusion;
-    show("diffusion.png", settings);
-    settings.randomKernels = true;
-    settings.kernels.clear();
-    for (const std::string& name : kernelNames()) {
-        settings.kernels.push_back(kernelFrom(name));
-    }
-    show("diffusion-random.png", settings);
-}
-
-// A third of the page by every method, side by side.
-void showScaling(Demo& demo, const Image& page, const char* kind)
-{
-    const PageSize third = scaledSize(page, {.factor = 1.0 / 3});
-    for (const std::string& name : scaleMethodNames()) {
-        const ScaleMethod method = scaleMethodNamed(name);
-        if (takes(method, page)) {
-            demo.make(std::string("scaled-") + kind + "-" + name + ".png",
-                      [&](ProgressBar& bar) { return scale(page, method, third, bar); });
+    std::vector<std::string> arguments = {"lxpage"};
+    std::istringstream words(step);
+    for (std::string word; words >> word;) {
+        const bool isPicture = word.ends_with(".png") || word.ends_with(".tif");
+        if (isPicture) {
+            word = (std::filesystem::path(directory) / word).string();
         }
+        arguments.push_back(word == "." ? directory : word);
     }
+    if (arguments[1] != "page" && arguments[1] != "angle") {
+        arguments.emplace_back("--time");
+    }
+    return arguments;
 }
 
-void showBilevel(Demo& demo, const Image& page)
+void runStep(const std::string& step, const std::string& directory)
 {
-    const Image bilevel = demo.convert("fixed-threshold.tif", page, IMAGE_TYPE_BW,
-                                       [&](const ImageArea& from, const ImageArea& to, ProgressCallback progress) {
-                                           expectOk(lxImageTypeConvertToBW(&page.palette, &from, &to, progress),
-                                                    "lxImageTypeConvertToBW");
-                                       });
-    demo.convert("bilevel-to-gray.png", bilevel, IMAGE_TYPE_256GRAY,
-                 [](const ImageArea& from, const ImageArea& to, ProgressCallback progress) {
-                     constexpr uint16_t windowSize = 4;
-                     expectOk(lxImageTypeConvertToGrayscaleFromBW(windowSize, &from, &to, progress),
-                              "lxImageTypeConvertToGrayscaleFromBW");
-                 });
-    showScaling(demo, bilevel, "bilevel");
+    const std::vector<std::string> arguments = argumentsOf(step, directory);
+    std::vector<const char*> pointers;
+    for (const std::string& argument : arguments) {
+        std::printf("%s%s", pointers.empty() ? "" : " ", argument.c_str());
+        pointers.push_back(argument.c_str());
+    }
+    std::printf("\n");
+    std::fflush(stdout);
+    const ExitCode code = runCommandLine(static_cast<int>(pointers.size()), pointers.data());
+    if (code != ExitCode::Done) {
+        throw PageError(code, "the demonstration ends here");
+    }
 }
 
 void runDemo(const Options& options)
 {
-    Demo demo(options.directory);
-    const Image page = demo.make("page.png", [&](ProgressBar&) { return makeSamplePage(options.page); });
-    showGray(demo, page);
-    showHalftones(demo, page);
-    showBilevel(demo, page);
-    showScaling(demo, page, "colour");
+    makeDirectory(options.directory);
+    const std::string page = (std::filesystem::path(options.directory) / "page.png").string();
+    writePage(page, makeSamplePage(options.page));
+    std::printf("%s: our own scan, %g degrees askew\n", page.c_str(), options.page.tiltDegrees);
+    for (const char* step : steps) {
+        runStep(step, options.directory);
+    }
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "halftone.h"
 #include "error.h"
+#include "options.h"
 #include "page_run.h"
 
 #include <CLI/CLI.hpp>
@@ -25,11 +26,10 @@ struct Options {
     std::vector<std::string> kernels;
 };
 
-const std::map<std::string, HalftoneMethod> methods = {{"threshold", HalftoneMethod::Threshold},
+const std::map<std::string, HalftoneMethod> methods = {{"fixed", HalftoneMethod::Fixed},
+                                                       {"threshold", HalftoneMethod::Threshold},
                                                        {"dither", HalftoneMethod::Dither},
                                                        {"diffusion", HalftoneMethod::Diffusion}};
-const std::map<std::string, Channel> channels = {
-    {"sum", Channel::Sum}, {"red", Channel::Red}, {"green", Channel::Green}, {"blue", Channel::Blue}};
 
 // An option that would have no effect is a mistake of the caller's.
 void refuseStrayOptions(const CLI::App& command, const std::string& method)
@@ -42,6 +42,9 @@ void refuseStrayOptions(const CLI::App& command, const std::string& method)
                       {"--matrix", "dither"},
                       {"--kernel", "diffusion"},
                       {"--random", "diffusion"}};
+    if (command.count("--channel") > 0 && method == "fixed") {
+        throw PageError(ExitCode::Usage, "--channel is not for --method fixed");
+    }
     for (const auto& belonging : belongings) {
         if (command.count(belonging.option) > 0 && belonging.method != method) {
             throw PageError(ExitCode::Usage,
@@ -55,7 +58,7 @@ void completeSettings(const CLI::App& command, Options& options)
     HalftoneSettings& settings = options.settings;
     refuseStrayOptions(command, options.method);
     settings.method = methods.at(options.method);
-    settings.channel = channels.at(options.channel);
+    settings.channel = channelNames.at(options.channel);
     const ThresholdLevel& threshold = settings.threshold;
     if (threshold.level < -threshold.range || threshold.level > threshold.range) {
         throw PageError(ExitCode::Usage, "--level must lie between -" + std::to_string(threshold.range) + " and " +
@@ -78,32 +81,14 @@ void completeSettings(const CLI::App& command, Options& options)
     }
 }
 
-template <typename Value>
-std::vector<std::string> namesOf(const std::map<std::string, Value>& values)
-{
-    std::vector<std::string> names;
-    for (const auto& [name, value] : values) {
-        names.push_back(name);
-    }
-    return names;
-}
-
-// An option that takes one of several names.
-void addNamed(CLI::App& command, const char* option, std::string& value, const std::vector<std::string>& names,
-              const char* text)
-{
-    command.add_option(option, value, text)
-        ->check(CLI::IsMember(names).description(""))
-        ->type_name("NAME")
-        ->capture_default_str();
-}
-
 void addOptions(CLI::App& command, Options& options)
 {
     addFileArguments(command, options.files);
     HalftoneSettings& settings = options.settings;
-    addNamed(command, "--method", options.method, namesOf(methods), "threshold, dither or diffusion");
-    addNamed(command, "--channel", options.channel, namesOf(channels), "Gray of colour pages: sum, red, green or blue");
+    addNamed(command, "--method", options.method, namesOf(methods),
+             "fixed (a threshold of the library's own), threshold, dither or diffusion");
+    addNamed(command, "--channel", options.channel, namesOf(channelNames),
+             "Gray of colour pages: sum, red, green or blue");
     command.add_option("--band-lines", settings.bandLines, "Lines converted at a time; 0 takes the page at once")
         ->check(CLI::Range(0u, kMaxSide).description(""))
         ->capture_default_str();

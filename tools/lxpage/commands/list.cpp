@@ -5,9 +5,12 @@ namespace lxpage
 
 void addAngle(CLI::App& app);
 void addColor(CLI::App& app);
+void addFullColor(CLI::App& app);
+void addGray(CLI::App& app);
 void addHalftone(CLI::App& app);
 void addMask(CLI::App& app);
 void addMedian(CLI::App& app);
+void addPage(CLI::App& app);
 void addPaste(CLI::App& app);
 void addQuantize(CLI::App& app);
 void addRotate(CLI::App& app);
@@ -20,8 +23,8 @@ void addDemo(CLI::App& app);
 std::span<const AddCommand> commands()
 {
     static constexpr AddCommand list[] = {
-        addAngle,  addColor, addHalftone, addMask,      addMedian, addPaste, addQuantize,
-        addRotate, addScale, addSharpen,  addThumbnail, addTone,   addDemo,
+        addAngle, addColor,    addFullColor, addGray,  addHalftone, addMask,      addMedian, addPage,
+        addPaste, addQuantize, addRotate,    addScale, addSharpen,  addThumbnail, addTone,   addDemo,
     };
     return list;
 }

@@ -1,5 +1,6 @@
 // `lxpage mask`: an area of the page painted over or tinted.
 
+#include "options.h"
 #include "page_run.h"
 #include "retype.h"
 

@@ -1,11 +1,10 @@
 // `lxpage median`: noise taken out of a page.
 
-#include "error.h"
 #include "page_run.h"
+#include "retype.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
-#include <optional>
 
 namespace lxpage
 {
@@ -20,29 +19,9 @@ struct Options {
     uint32_t strength = 0;
 };
 
-// The library filters no 16 levels and no indices: those pages become gray and full colour.
-std::optional<Image> filterable(const Image& page)
-{
-    const ImageArea from = page.area();
-    if (page.type() == IMAGE_TYPE_16GRAY) {
-        Image gray(IMAGE_TYPE_256GRAY, page.width(), page.height(), page.resolution);
-        const ImageArea to = gray.area();
-        expectOk(lxImageTypeConvertToGrayscale(&page.palette, &from, &to, nullptr), "lxImageTypeConvertToGrayscale");
-        return gray;
-    }
-    if (page.type() == IMAGE_TYPE_16RGB || page.type() == IMAGE_TYPE_256RGB) {
-        Image color(IMAGE_TYPE_16MRGB, page.width(), page.height(), page.resolution);
-        const ImageArea to = color.area();
-        expectOk(lxImageTypeConvertTo16MRGB(&page.palette, &from, &to, nullptr), "lxImageTypeConvertTo16MRGB");
-        return color;
-    }
-    return std::nullopt;
-}
-
 Image filtered(const Image& page, uint32_t strength, ProgressBar& bar)
 {
-    const std::optional<Image> converted = filterable(page);
-    Image result = converted ? *converted : page;
+    Image result = toPlain(page);
     const ImageArea area = result.area();
     // In place, so that further passes have something to do.
     expectOk(lxMedianFiltering(strength, &area, &area, bar.part(0, 1)), "lxMedianFiltering");

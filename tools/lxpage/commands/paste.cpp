@@ -2,6 +2,7 @@
 
 #include "error.h"
 #include "files/page_file.h"
+#include "options.h"
 #include "page_run.h"
 #include "retype.h"
 

@@ -167,4 +167,13 @@ void writePage(const std::string& path, const Image& image)
     writer.finish();
 }
 
+void makeDirectory(const std::string& path)
+{
+    std::error_code failure;
+    std::filesystem::create_directories(path, failure);
+    if (failure) {
+        throw PageError(ExitCode::WriteFailed, "cannot make '" + path + "': " + failure.message());
+    }
+}
+
 } // namespace lxpage

@@ -56,6 +56,9 @@ class PageWriter
 
 void writePage(const std::string& path, const Image& image);
 
+// With all that it lies in; one that exists already is fine.
+void makeDirectory(const std::string& path);
+
 struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };

@@ -1,0 +1,71 @@
+// Lines of a sampled picture.
+
+#pragma once
+
+#include "frame/row_io.h"
+#include "resolution/picked_columns.h"
+
+namespace lx
+{
+
+// Makes the lines of one call.
+template <unsigned Channels, bool Packed, class Blocks>
+class SampledLine
+{
+  public:
+    SampledLine(const AreaView& source, const AreaView& destination) noexcept
+        : source_(source), destination_(destination), blocks_(source.width(), destination.width()), columns_(blocks_),
+          reader_(source), writer_(destination)
+    {
+    }
+
+    // `next` is the source line of the line to be made after this one.
+    uint32_t make(uint32_t j, uint32_t line, uint32_t next) noexcept
+    {
+        const ptrdiff_t ahead = next - line > 1 && next < source_.height() ? source_.row(next) - source_.row(line) : 0;
+        columns_.forEach([&](const PickedColumns<Channels>& plan) {
+            if constexpr (Packed)
+                pickPacked(plan, j, line);
+            else
+                kernels_.pick(source_.at(plan.sourceFirst, line), 0, ahead, destination_.at(plan.first, j), plan.groups,
+                              plan.groupCount);
+        });
+        return reached_;
+    }
+
+  private:
+    // By way of chunks, as many groups at a time as they hold.
+    void pickPacked(const PickedColumns<Channels>& plan, uint32_t j, uint32_t line) noexcept
+    {
+        uint32_t first = plan.first;
+        const PickGroup* const end = plan.groups + plan.groupCount;
+        for (const PickGroup* group = plan.groups; group != end;) {
+            const PickGroup* const begin = group;
+            uint32_t pixels = 0;
+            uint32_t sourcePixels = 0;
+            for (; group != end && pixels + group->count <= chunkPixels; ++group) {
+                const uint32_t reach = group->base - begin->base + group->last + 1;
+                if (reach > chunkPixels)
+                    break;
+                pixels += group->count;
+                sourcePixels = reach;
+            }
+            const uint8_t* in = reader_.read(plan.sourceFirst + begin->base, line, sourcePixels);
+            kernels_.pick(in, begin->base, 0, writer_.open(first, j, pixels), begin,
+                          static_cast<size_t>(group - begin));
+            writer_.close();
+            first += pixels;
+        }
+    }
+
+    const ResampleKernels& kernels_ = *kernels().resample;
+    const AreaView source_;
+    const AreaView destination_;
+    const Blocks blocks_;
+    const uint32_t reached_ = pixelsReached(blocks_);
+    PlannedColumns<Blocks, PickedColumns<Channels>> columns_;
+    RowReader reader_;
+    RowWriter writer_;
+};
+
+} // namespace lx

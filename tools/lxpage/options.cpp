@@ -1,0 +1,46 @@
+#include "options.h"
+
+#include "error.h"
+
+#include <sstream>
+
+namespace lxpage
+{
+
+void addNamed(CLI::App& command, const char* option, std::string& value, const std::vector<std::string>& names,
+              const char* text)
+{
+    command.add_option(option, value, text)
+        ->check(CLI::IsMember(names).description(""))
+        ->type_name("NAME")
+        ->capture_default_str();
+}
+
+std::vector<uint32_t> numbersFrom(const std::string& option, const std::string& text, size_t count, uint32_t most)
+{
+    std::vector<uint32_t> numbers;
+    std::istringstream parts(text);
+    std::string part;
+    bool sound = text.empty() || text.back() != ',';
+    while (std::getline(parts, part, ',')) {
+        const bool digits = !part.empty() && part.size() <= 9 && part.find_first_not_of("0123456789") == part.npos;
+        numbers.push_back(digits ? static_cast<uint32_t>(std::stoul(part)) : 0);
+        sound = sound && digits && numbers.back() <= most;
+    }
+    if (!sound || numbers.size() != count) {
+        throw PageError(ExitCode::Usage, option + " takes " + std::to_string(count) + " whole numbers from 0 to " +
+                                             std::to_string(most) + ", with commas between them");
+    }
+    return numbers;
+}
+
+std::vector<uint8_t> colorFrom(const std::string& option, const std::string& text)
+{
+    std::vector<uint8_t> color;
+    for (const uint32_t component : numbersFrom(option, text, 3, 255)) {
+        color.push_back(static_cast<uint8_t>(component));
+    }
+    return color;
+}
+
+} // namespace lxpage

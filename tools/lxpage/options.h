@@ -1,0 +1,36 @@
+// Kinds of options that several commands have.
+#ifndef LXPAGE_OPTIONS_H
+#define LXPAGE_OPTIONS_H
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace lxpage
+{
+
+template <typename Value>
+std::vector<std::string> namesOf(const std::map<std::string, Value>& values)
+{
+    std::vector<std::string> names;
+    for (const auto& [name, value] : values) {
+        names.push_back(name);
+    }
+    return names;
+}
+
+// An option that takes one of several names.
+void addNamed(CLI::App& command, const char* option, std::string& value, const std::vector<std::string>& names,
+              const char* text);
+
+// "1,2,3": `count` whole numbers from 0 to `most`; else throws a usage error that starts with the option's name.
+std::vector<uint32_t> numbersFrom(const std::string& option, const std::string& text, size_t count, uint32_t most);
+
+// "255,128,0": red, green and blue.
+std::vector<uint8_t> colorFrom(const std::string& option, const std::string& text);
+
+} // namespace lxpage
+
+#endif
