@@ -1,6 +1,6 @@
 #include "tool_test.h"
 
-#include "command_line.h"
+#include "commands/command_line.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,6 +1,6 @@
 // `lxpage color`: hue, saturation and lightness.
 
-#include "page_run.h"
+#include "commands/page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>

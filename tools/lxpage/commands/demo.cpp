@@ -1,10 +1,10 @@
 // `lxpage demo`: a page of our own making taken through everything the tool can do, one picture a step. The steps are
 // command lines, printed as they run: what is shown here can be typed.
 
-#include "command_line.h"
+#include "commands/command_line.h"
+#include "commands/page_run.h"
 #include "error.h"
 #include "files/page_file.h"
-#include "page_run.h"
 #include "sample/sample_page.h"
 
 #include <CLI/CLI.hpp>

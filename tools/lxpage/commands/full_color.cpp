@@ -1,7 +1,7 @@
 // `lxpage full-color`: a page of any kind to full colour.
 
-#include "options.h"
-#include "page_run.h"
+#include "commands/options.h"
+#include "commands/page_run.h"
 #include "retype.h"
 
 #include <memory>

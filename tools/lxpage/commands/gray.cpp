@@ -1,9 +1,9 @@
 // `lxpage gray`: a page of any kind to 256 or 16 gray.
 
 #include "gray.h"
+#include "commands/options.h"
+#include "commands/page_run.h"
 #include "error.h"
-#include "options.h"
-#include "page_run.h"
 
 #include <memory>
 

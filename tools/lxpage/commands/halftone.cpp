@@ -1,9 +1,9 @@
 // `lxpage halftone`: a page of any kind to bilevel.
 
 #include "halftone.h"
+#include "commands/options.h"
+#include "commands/page_run.h"
 #include "error.h"
-#include "options.h"
-#include "page_run.h"
 
 #include <CLI/CLI.hpp>
 #include <map>

@@ -1,7 +1,7 @@
 // `lxpage mask`: an area of the page painted over or tinted.
 
-#include "options.h"
-#include "page_run.h"
+#include "commands/options.h"
+#include "commands/page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>

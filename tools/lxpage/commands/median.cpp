@@ -1,6 +1,6 @@
 // `lxpage median`: noise taken out of a page.
 
-#include "page_run.h"
+#include "commands/page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>

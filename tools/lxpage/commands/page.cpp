@@ -2,11 +2,11 @@
 //
 // Every input is one document: its bilevel pages are stored in DIR/NAME.tif, the preview of each page beside it.
 
+#include "commands/page_run.h"
 #include "error.h"
 #include "files/page_file.h"
 #include "gray.h"
 #include "halftone.h"
-#include "page_run.h"
 #include "rotate.h"
 #include "scale.h"
 #include "slant.h"

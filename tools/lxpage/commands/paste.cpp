@@ -1,9 +1,9 @@
 // `lxpage paste`: another picture put into the page, all of it or all but one colour.
 
+#include "commands/options.h"
+#include "commands/page_run.h"
 #include "error.h"
 #include "files/page_file.h"
-#include "options.h"
-#include "page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>

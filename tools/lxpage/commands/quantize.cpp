@@ -1,8 +1,8 @@
 // `lxpage quantize`: a page in 8, 16 or 256 fixed colours.
 
+#include "commands/page_run.h"
 #include "error.h"
 #include "halftone.h"
-#include "page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>

@@ -1,8 +1,8 @@
 // `lxpage rotate`: a page turned by quarter turns or by any angle.
 
 #include "rotate.h"
+#include "commands/page_run.h"
 #include "error.h"
-#include "page_run.h"
 
 #include <CLI/CLI.hpp>
 #include <cmath>

@@ -1,8 +1,8 @@
 // `lxpage scale`: a page of any kind made smaller or larger.
 
 #include "scale.h"
+#include "commands/page_run.h"
 #include "error.h"
-#include "page_run.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // `lxpage sharpen`: edges made steeper.
 
+#include "commands/page_run.h"
 #include "error.h"
-#include "page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>

@@ -1,8 +1,8 @@
 // `lxpage thumbnail`: a small preview of a page, in gray for bilevel pages and in colour for coloured ones.
 
 #include "thumbnail.h"
+#include "commands/page_run.h"
 #include "error.h"
-#include "page_run.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>

@@ -1,6 +1,6 @@
 // `lxpage tone`: brightness, contrast and the other settings of a tone table.
 
-#include "page_run.h"
+#include "commands/page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>

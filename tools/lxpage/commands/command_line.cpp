@@ -1,4 +1,4 @@
-#include "command_line.h"
+#include "commands/command_line.h"
 
 #include "commands/list.h"
 

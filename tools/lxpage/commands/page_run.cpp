@@ -1,4 +1,4 @@
-#include "page_run.h"
+#include "commands/page_run.h"
 
 #include "error.h"
 #include "files/page_file.h"
