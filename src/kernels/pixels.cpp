@@ -22,8 +22,8 @@ namespace
 {
 
 // The sum of double-precision products falls short of the integer it stands for at 180 colours; everywhere else it
-// gives floor(x / 100). All of them have x a multiple of 100, and a third byte that is 32 or more away from one of the
-// others: so few pixels of paper and ink are in doubt that those are summed one by one.
+// gives floor(x / 100). All of them have x a multiple of 100, red below 96, and a third byte that is 32 or more away
+// from one of the others: so few pixels of paper, ink and photographs are in doubt that those are summed one by one.
 uint8_t preciseOf(const uint8_t* pixel, unsigned red)
 {
     const double sum = (pixel[2 - red] * 0.33 + pixel[1] * 0.34) + pixel[red] * 0.33;
@@ -171,10 +171,12 @@ void preciseGray(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destina
         const __m512i gray = hundredths(w.x);
         storeGray(destination + i, gray, pixels - i);
         const __mmask32 multiple = _mm512_cmpeq_epi16_mask(w.x, _mm512_mullo_epi16(gray, _mm512_set1_epi16(100)));
-        const __m512i apart =
-            _mm512_or_si512(_mm512_subs_epu8(w.third, w.firstTwo), _mm512_subs_epu8(w.firstTwo, w.third));
+        // Bytes that are 32 apart differ in their highest three bits.
+        const __m512i apart = _mm512_xor_si512(w.third, w.firstTwo);
         const __mmask32 far = _mm512_mask_test_epi16_mask(multiple, apart, _mm512_set1_epi8(static_cast<char>(0xE0)));
-        for (uint32_t open = _cvtmask32_u32(far); open != 0; open &= open - 1) {
+        const __m512i below96 = _mm512_subs_epu8(_mm512_set1_epi16(96), blueFirst ? w.third : w.firstTwo);
+        const __mmask32 doubtful = _mm512_mask_test_epi16_mask(far, below96, below96);
+        for (uint32_t open = _cvtmask32_u32(doubtful); open != 0; open &= open - 1) {
             const size_t k = i + static_cast<unsigned>(__builtin_ctz(open));
             destination[k] = preciseOf(source + 3 * k, blueFirst ? 2 : 0);
         }

@@ -71,9 +71,7 @@ void pick(const uint8_t* LX_RESTRICT source, uint32_t first, ptrdiff_t ahead, ui
         const uint8_t* LX_RESTRICT from = source + (group->base - first);
         if (ahead != 0) {
             for (unsigned k = 0; k <= group->last; k += 64)
-                __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from + k) +
-                                                                 static_cast<uintptr_t>(ahead)),
-                                   0, 2);
+                __builtin_prefetch(from + k + ahead, 0, 2);
         }
 #if defined(LX_LEVEL_v4)
         // A few bytes far apart are better fetched one by one.
