@@ -52,7 +52,8 @@ foreach(line IN LISTS symbols)
     set(name ${CMAKE_MATCH_2})
     set(type ${CMAKE_MATCH_3})
     string(LENGTH "${level}" length)
-    set(ofLevel "^_ZNK?2lx${length}${level}")
+    # For Windows the address of another object's table goes by a constant that bears the table's name.
+    set(ofLevel "^([.]refptr[.])?_ZNK?2lx${length}${level}")
     set(copies "^(memcpy|memmove|memset|_GLOBAL_OFFSET_TABLE_|___chkstk_ms)$")
     if(NOT parts OR NOT ((type MATCHES "^[BDRTU]$" AND name MATCHES "${ofLevel}") OR
                          (type STREQUAL "U" AND name MATCHES "${copies}")))
