@@ -260,7 +260,7 @@ LX_API int8_t lxImageTypeConvertToGrayscale(const ColorPalette* palette, const I
  *  The window of N x N pixels starts at the pixel itself and reaches to the right and down; it is cut at the area's
  *  right and bottom edges, and a cut window is scaled to the same range. With c white pixels among `cols` x `rows`:
  *  s = c * (2N / (cols * rows)) in single precision, less 1 if it is at least 1; gray = trunc(255 / (2N - 1) * s + 0.5)
- *  in double precision. The time taken does not depend on N.
+ *  in double precision. Every N above 15 takes the same time, and smaller ones take less.
  *
  *  @param windowSize   N, at least 1.
  *  @param source       IMAGE_TYPE_BW.
