@@ -358,22 +358,71 @@ constexpr Alternation singles(1);
 constexpr Alternation triples(3);
 
 // The sums of four bytes of each column, rounded, as words of one half of every 128 bits.
-__m512i quarter(__m512i pairs, __m512i nextPairs, __m512i rounding)
+__m512i quarter(__m512i pairs, __m512i nextPairs)
 {
     const __m512i ones = _mm512_set1_epi8(1);
     const __m512i sum = _mm512_add_epi16(_mm512_maddubs_epi16(pairs, ones), _mm512_maddubs_epi16(nextPairs, ones));
-    return _mm512_srli_epi16(_mm512_add_epi16(sum, rounding), 2);
+    return _mm512_srli_epi16(_mm512_add_epi16(sum, _mm512_set1_epi16(2)), 2);
 }
 
+// (a + b) >> 1 of every byte.
+__m512i halfDown(__m512i a, __m512i b)
+{
+    return _mm512_sub_epi8(_mm512_avg_epu8(a, b), _mm512_and_si512(_mm512_xor_si512(a, b), _mm512_set1_epi8(1)));
+}
+
+#endif
+
+// What becomes of the bytes of two rows, and of the next pixel's, where pixels double.
+struct RoundedMeans {
+    static unsigned even(unsigned t, unsigned b) { return (t + b + 1) >> 1; }
+    static unsigned odd(unsigned t, unsigned b, unsigned nextT, unsigned nextB)
+    {
+        return (t + b + nextT + nextB + 2) >> 2;
+    }
+
+#if defined(LX_LEVEL_v4)
+    static __m512i even(__m512i t, __m512i b)
+    {
+        return _mm512_avg_epu8(t, b);
+    }
+    static __m512i odd(__m512i t, __m512i b, __m512i nextT, __m512i nextB)
+    {
+        return _mm512_packus_epi16(quarter(_mm512_unpacklo_epi8(t, b), _mm512_unpacklo_epi8(nextT, nextB)),
+                                   quarter(_mm512_unpackhi_epi8(t, b), _mm512_unpackhi_epi8(nextT, nextB)));
+    }
+#endif
+};
+
+struct TruncatedRamps {
+    static unsigned even(unsigned t, unsigned b) { return (t + b) >> 1; }
+    static unsigned odd(unsigned t, unsigned b, unsigned nextT, unsigned nextB)
+    {
+        return ((t + nextT) / 2 + (b + nextB) / 2) >> 1;
+    }
+
+#if defined(LX_LEVEL_v4)
+    static __m512i even(__m512i t, __m512i b)
+    {
+        return halfDown(t, b);
+    }
+    static __m512i odd(__m512i t, __m512i b, __m512i nextT, __m512i nextB)
+    {
+        return halfDown(halfDown(t, nextT), halfDown(b, nextB));
+    }
+#endif
+};
+
+#if defined(LX_LEVEL_v4)
+
 // Whole registers whose pixels all have a next one; returns the components done.
+template <class Rule>
 size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, uint8_t* LX_RESTRICT destination,
-                 size_t components, unsigned channels, unsigned rounding)
+                 size_t components, unsigned channels)
 {
     const uint8_t* order = channels == 1 ? singles.from : triples.from;
     const __m512i firstHalf = _mm512_load_si512(order);
     const __m512i secondHalf = _mm512_load_si512(order + 64);
-    const __m512i roundings = _mm512_set1_epi16(static_cast<short>(rounding));
-    const __m512i excess = _mm512_set1_epi8(rounding == 0 ? 1 : 0);
     const size_t step = channels == 1 ? 64 : 63;
     size_t i = 0;
     for (; i + 64 + channels <= components; i += step) {
@@ -381,11 +430,8 @@ size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bott
         const __m512i b = _mm512_loadu_si512(bottom + i);
         const __m512i nextT = _mm512_loadu_si512(top + i + channels);
         const __m512i nextB = _mm512_loadu_si512(bottom + i + channels);
-        const __m512i halfUp = _mm512_and_si512(_mm512_xor_si512(t, b), excess);
-        const __m512i even = _mm512_sub_epi8(_mm512_avg_epu8(t, b), halfUp);
-        const __m512i odd =
-            _mm512_packus_epi16(quarter(_mm512_unpacklo_epi8(t, b), _mm512_unpacklo_epi8(nextT, nextB), roundings),
-                                quarter(_mm512_unpackhi_epi8(t, b), _mm512_unpackhi_epi8(nextT, nextB), roundings));
+        const __m512i even = Rule::even(t, b);
+        const __m512i odd = Rule::odd(t, b, nextT, nextB);
         // Three channels leave two bytes too many, which the next pixels overwrite.
         _mm512_storeu_si512(destination + 2 * i, _mm512_permutex2var_epi8(even, firstHalf, odd));
         _mm512_storeu_si512(destination + 2 * i + 64, _mm512_permutex2var_epi8(even, secondHalf, odd));
@@ -395,21 +441,22 @@ size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bott
 
 #endif
 
+template <class Rule>
 void twice(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, uint8_t* LX_RESTRICT destination,
-           size_t components, unsigned channels, unsigned rounding)
+           size_t components, unsigned channels)
 {
 #if defined(LX_LEVEL_v4)
-    const size_t done = twiceWide(top, bottom, destination, components, channels, rounding);
+    const size_t done = twiceWide<Rule>(top, bottom, destination, components, channels);
 #else
     const size_t done = 0;
 #endif
     for (size_t i = done; i < components; i += channels) {
         const size_t next = i + channels < components ? i + channels : i;
         for (unsigned c = 0; c < channels; ++c) {
-            const unsigned sum = top[i + c] + bottom[i + c] + 0U;
-            const unsigned nextSum = top[next + c] + bottom[next + c] + 0U;
-            destination[2 * i + c] = static_cast<uint8_t>((sum + rounding / 2) >> 1);
-            destination[2 * i + channels + c] = static_cast<uint8_t>((sum + nextSum + rounding) >> 2);
+            const unsigned t = top[i + c];
+            const unsigned b = bottom[i + c];
+            destination[2 * i + c] = static_cast<uint8_t>(Rule::even(t, b));
+            destination[2 * i + channels + c] = static_cast<uint8_t>(Rule::odd(t, b, top[next + c], bottom[next + c]));
         }
     }
 }
@@ -572,7 +619,8 @@ void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destin
 } // namespace
 
 constexpr ResampleKernels resampleKernels = {
-    pick, sumRows, blockMeans, ramp, rampEach, twice, addRow, joinRows, joinTwo, joinThree, joinColumns,
+    pick,   sumRows,  blockMeans, ramp,      rampEach,    twice<RoundedMeans>, twice<TruncatedRamps>,
+    addRow, joinRows, joinTwo,    joinThree, joinColumns,
 };
 
 } // namespace lx::LX_LEVEL

@@ -80,11 +80,15 @@ struct ResampleKernels {
     void (*rampEach)(const uint8_t* from, const uint8_t* to, uint8_t* destination, size_t components,
                      const uint8_t* times, uint32_t length);
 
-    // Twice as many pixels: pixel 2 i = (t + b + rounding / 2) >> 1 of the rows' pixel i, and
-    // pixel 2 i + 1 = (t + b + t' + b' + rounding) >> 2 with the next pixel's t' and b', or the last one's own.
-    // `rounding` is 0 or 2.
-    void (*twice)(const uint8_t* top, const uint8_t* bottom, uint8_t* destination, size_t components, unsigned channels,
-                  unsigned rounding);
+    // Twice as many pixels: pixel 2 i = (t + b + 1) >> 1 of the rows' pixel i, and pixel 2 i + 1 =
+    // (t + b + t' + b' + 2) >> 2 with the next pixel's t' and b', or the last one's own.
+    void (*twice)(const uint8_t* top, const uint8_t* bottom, uint8_t* destination, size_t components,
+                  unsigned channels);
+
+    // The middle of ramps of two between the rows, which are made of ramps of two themselves: pixel 2 i = (t + b) >> 1,
+    // pixel 2 i + 1 = (((t + t') >> 1) + ((b + b') >> 1)) >> 1.
+    void (*rampTwice)(const uint8_t* top, const uint8_t* bottom, uint8_t* destination, size_t components,
+                      unsigned channels);
 
     // sums[i] += source[i].
     void (*addRow)(const uint8_t* source, uint32_t* sums, size_t components);

@@ -194,14 +194,16 @@ TEST(ResampleKernels, TwiceThePixels)
         Random random(6);
         for (size_t pixels = 1; pixels < 300; ++pixels) {
             const unsigned channels = random.chance(50) ? 1 : 3;
-            const unsigned rounding = random.chance(50) ? 0 : 2;
             const auto top = noise(random, pixels * channels);
             const auto bottom = noise(random, pixels * channels);
             std::vector<uint8_t> expected(2 * pixels * channels);
             std::vector<uint8_t> actual(2 * pixels * channels);
-            portable.twice(top.data(), bottom.data(), expected.data(), pixels * channels, channels, rounding);
-            kernels.twice(top.data(), bottom.data(), actual.data(), pixels * channels, channels, rounding);
+            portable.twice(top.data(), bottom.data(), expected.data(), pixels * channels, channels);
+            kernels.twice(top.data(), bottom.data(), actual.data(), pixels * channels, channels);
             ASSERT_EQ(expected, actual);
+            portable.rampTwice(top.data(), bottom.data(), expected.data(), pixels * channels, channels);
+            kernels.rampTwice(top.data(), bottom.data(), actual.data(), pixels * channels, channels);
+            ASSERT_EQ(expected, actual) << "ramps";
         }
     });
 }
