@@ -413,6 +413,22 @@ struct TruncatedRamps {
 #endif
 };
 
+struct Repeats {
+    static unsigned even(unsigned t, unsigned) { return t; }
+    static unsigned odd(unsigned t, unsigned, unsigned, unsigned) { return t; }
+
+#if defined(LX_LEVEL_v4)
+    static __m512i even(__m512i t, __m512i)
+    {
+        return t;
+    }
+    static __m512i odd(__m512i t, __m512i, __m512i, __m512i)
+    {
+        return t;
+    }
+#endif
+};
+
 #if defined(LX_LEVEL_v4)
 
 // Whole registers whose pixels all have a next one; returns the components done.
@@ -441,6 +457,19 @@ size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bott
 
 #endif
 
+// Pixels of `even` and `odd` by turns.
+template <unsigned Channels>
+void alternate(const uint8_t* LX_RESTRICT even, const uint8_t* LX_RESTRICT odd, uint8_t* LX_RESTRICT destination,
+               size_t components)
+{
+    for (size_t i = 0; i < components; i += Channels) {
+        for (unsigned c = 0; c < Channels; ++c) {
+            destination[2 * i + c] = even[i + c];
+            destination[2 * i + Channels + c] = odd[i + c];
+        }
+    }
+}
+
 template <class Rule>
 void twice(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, uint8_t* LX_RESTRICT destination,
            size_t components, unsigned channels)
@@ -450,15 +479,30 @@ void twice(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, ui
 #else
     const size_t done = 0;
 #endif
-    for (size_t i = done; i < components; i += channels) {
-        const size_t next = i + channels < components ? i + channels : i;
-        for (unsigned c = 0; c < channels; ++c) {
-            const unsigned t = top[i + c];
-            const unsigned b = bottom[i + c];
-            destination[2 * i + c] = static_cast<uint8_t>(Rule::even(t, b));
-            destination[2 * i + channels + c] = static_cast<uint8_t>(Rule::odd(t, b, top[next + c], bottom[next + c]));
-        }
+    constexpr size_t most = 3 * 256;
+    uint8_t even[most];
+    uint8_t odd[most];
+    for (size_t i = done; i < components; i += most) {
+        const size_t n = components - i < most ? components - i : most;
+        const uint8_t* LX_RESTRICT t = top + i;
+        const uint8_t* LX_RESTRICT b = bottom + i;
+        const size_t followed = i + n < components ? n : n - channels;
+        for (size_t k = 0; k < n; ++k)
+            even[k] = static_cast<uint8_t>(Rule::even(t[k], b[k]));
+        for (size_t k = 0; k < followed; ++k)
+            odd[k] = static_cast<uint8_t>(Rule::odd(t[k], b[k], t[k + channels], b[k + channels]));
+        for (size_t k = followed; k < n; ++k)
+            odd[k] = static_cast<uint8_t>(Rule::odd(t[k], b[k], t[k], b[k]));
+        if (channels == 1)
+            alternate<1>(even, odd, destination + 2 * i, n);
+        else
+            alternate<3>(even, odd, destination + 2 * i, n);
     }
+}
+
+void repeatTwice(const uint8_t* source, uint8_t* destination, size_t components, unsigned channels)
+{
+    twice<Repeats>(source, source, destination, components, channels);
 }
 
 void addRow(const uint8_t* LX_RESTRICT source, uint32_t* LX_RESTRICT sums, size_t components)
@@ -619,8 +663,8 @@ void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destin
 } // namespace
 
 constexpr ResampleKernels resampleKernels = {
-    pick,   sumRows,  blockMeans, ramp,      rampEach,    twice<RoundedMeans>, twice<TruncatedRamps>,
-    addRow, joinRows, joinTwo,    joinThree, joinColumns,
+    pick,        sumRows, blockMeans, ramp,    rampEach,  twice<RoundedMeans>, twice<TruncatedRamps>,
+    repeatTwice, addRow,  joinRows,   joinTwo, joinThree, joinColumns,
 };
 
 } // namespace lx::LX_LEVEL

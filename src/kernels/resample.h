@@ -90,6 +90,9 @@ struct ResampleKernels {
     void (*rampTwice)(const uint8_t* top, const uint8_t* bottom, uint8_t* destination, size_t components,
                       unsigned channels);
 
+    // Every pixel two times.
+    void (*repeatTwice)(const uint8_t* source, uint8_t* destination, size_t components, unsigned channels);
+
     // sums[i] += source[i].
     void (*addRow)(const uint8_t* source, uint32_t* sums, size_t components);
 

@@ -14,14 +14,19 @@ class SampledLine
 {
   public:
     SampledLine(const AreaView& source, const AreaView& destination) noexcept
-        : source_(source), destination_(destination), blocks_(source.width(), destination.width()), columns_(blocks_),
-          reader_(source), writer_(destination)
+        : source_(source), destination_(destination),
+          repeatsTwice_(destination.width() == uint64_t{source.width()} * 2),
+          blocks_(source.width(), destination.width()), columns_(blocks_), reader_(source), writer_(destination)
     {
     }
 
     // `next` is the source line of the line to be made after this one.
     uint32_t make(uint32_t j, uint32_t line, uint32_t next) noexcept
     {
+        if (!Packed && repeatsTwice_) {
+            kernels_.repeatTwice(source_.row(line), destination_.row(j), size_t{source_.width()} * Channels, Channels);
+            return reached_;
+        }
         const ptrdiff_t ahead = next - line > 1 && next < source_.height() ? source_.row(next) - source_.row(line) : 0;
         columns_.forEach([&](const PickedColumns<Channels>& plan) {
             if constexpr (Packed)
@@ -61,6 +66,7 @@ class SampledLine
     const ResampleKernels& kernels_ = *kernels().resample;
     const AreaView source_;
     const AreaView destination_;
+    const bool repeatsTwice_;
     const Blocks blocks_;
     const uint32_t reached_ = pixelsReached(blocks_);
     PlannedColumns<Blocks, PickedColumns<Channels>> columns_;

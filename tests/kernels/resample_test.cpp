@@ -192,7 +192,7 @@ TEST(ResampleKernels, TwiceThePixels)
 {
     forEachLevel([](const auto& portable, const auto& kernels) {
         Random random(6);
-        for (size_t pixels = 1; pixels < 300; ++pixels) {
+        for (size_t pixels = 1; pixels < 900; ++pixels) {
             const unsigned channels = random.chance(50) ? 1 : 3;
             const auto top = noise(random, pixels * channels);
             const auto bottom = noise(random, pixels * channels);
@@ -204,6 +204,9 @@ TEST(ResampleKernels, TwiceThePixels)
             portable.rampTwice(top.data(), bottom.data(), expected.data(), pixels * channels, channels);
             kernels.rampTwice(top.data(), bottom.data(), actual.data(), pixels * channels, channels);
             ASSERT_EQ(expected, actual) << "ramps";
+            portable.repeatTwice(top.data(), expected.data(), pixels * channels, channels);
+            kernels.repeatTwice(top.data(), actual.data(), pixels * channels, channels);
+            ASSERT_EQ(expected, actual) << "repeats";
         }
     });
 }
