@@ -6,7 +6,7 @@
 #include <cstring>
 
 #if defined(LX_LEVEL_v4)
-#include <immintrin.h>
+#include "kernels/registers_v4.h"
 #endif
 
 namespace lx::LX_LEVEL
@@ -14,80 +14,6 @@ namespace lx::LX_LEVEL
 
 namespace
 {
-
-#if defined(LX_LEVEL_v4)
-
-// The low bytes of words. (The plain forms of this and of the next operation start from an undefined register, of which
-// GCC 12 warns.)
-__m256i lowBytes(__m512i words)
-{
-    return _mm512_maskz_cvtepi16_epi8(~__mmask32{0}, words);
-}
-
-__m512i permuteBytes(__m512i offsets, __m512i bytes)
-{
-    return _mm512_maskz_permutexvar_epi8(~__mmask64{0}, offsets, bytes);
-}
-
-// The lowest n of 64 bits, n <= 64.
-uint64_t lowest(unsigned n)
-{
-    return n >= 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
-}
-
-// Up to 256 source bytes in four registers, none of them from behind the last that is wanted.
-void pickWide(const uint8_t* source, uint8_t* destination, const PickGroup& group)
-{
-    const __m512i offsets = _mm512_loadu_si512(group.offsets);
-    const unsigned span = group.last + 1U;
-    __m512i v;
-    if (span <= 64) {
-        v = permuteBytes(offsets, _mm512_maskz_loadu_epi8(lowest(span), source));
-    } else if (span <= 128) {
-        v = _mm512_permutex2var_epi8(_mm512_loadu_si512(source), offsets,
-                                     _mm512_maskz_loadu_epi8(lowest(span - 64), source + 64));
-    } else {
-        const bool four = span > 192;
-        const __m512i low =
-            _mm512_permutex2var_epi8(_mm512_loadu_si512(source), offsets, _mm512_loadu_si512(source + 64));
-        const __m512i third = _mm512_maskz_loadu_epi8(lowest(span - 128), source + 128);
-        const __m512i fourth =
-            four ? _mm512_maskz_loadu_epi8(lowest(span - 192), source + 192) : _mm512_setzero_si512();
-        const __m512i high = _mm512_permutex2var_epi8(third, offsets, fourth);
-        v = _mm512_mask_blend_epi8(_mm512_movepi8_mask(offsets), low, high);
-    }
-    if (group.count == PickGroup::lanes)
-        _mm512_storeu_si512(destination, v);
-    else
-        _mm512_mask_storeu_epi8(destination, lowest(group.count), v);
-}
-
-#endif
-
-void pick(const uint8_t* LX_RESTRICT source, uint32_t first, ptrdiff_t ahead, uint8_t* LX_RESTRICT destination,
-          const PickGroup* groups, size_t count)
-{
-    for (const PickGroup* group = groups; group != groups + count; ++group) {
-        const uint8_t* LX_RESTRICT from = source + (group->base - first);
-        if (ahead != 0) {
-            for (unsigned k = 0; k <= group->last; k += 64)
-                __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from + k) +
-                                                                 static_cast<uintptr_t>(ahead)),
-                                   0, 2);
-        }
-#if defined(LX_LEVEL_v4)
-        // A few bytes far apart are better fetched one by one.
-        if (group->count >= 8) {
-            pickWide(from, destination, *group);
-            destination += group->count;
-            continue;
-        }
-#endif
-        for (unsigned k = 0; k < group->count; ++k)
-            destination[k] = from[group->offsets[k]];
-        destination += group->count;
-    }
-}
 
 #if defined(LX_LEVEL_v4)
 
@@ -663,8 +589,8 @@ void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destin
 } // namespace
 
 constexpr ResampleKernels resampleKernels = {
-    pick,        sumRows, blockMeans, ramp,    rampEach,  twice<RoundedMeans>, twice<TruncatedRamps>,
-    repeatTwice, addRow,  joinRows,   joinTwo, joinThree, joinColumns,
+    sumRows,     blockMeans, ramp,     rampEach, twice<RoundedMeans>, twice<TruncatedRamps>,
+    repeatTwice, addRow,     joinRows, joinTwo,  joinThree,           joinColumns,
 };
 
 } // namespace lx::LX_LEVEL

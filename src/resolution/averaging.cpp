@@ -94,7 +94,7 @@ class RampLine
 {
   public:
     RampLine(const AreaView& source, const AreaView& destination, uint32_t tallest) noexcept
-        : kernels_(*kernels().resample), source_(source), destination_(destination),
+        : kernels_(*kernels().resample), pick_(kernels().pick->pick), source_(source), destination_(destination),
           runs_(source.width(), destination.width()), plans_(runs_), means_(source, tallest)
     {
     }
@@ -126,8 +126,8 @@ class RampLine
             const uint32_t base = groups[0].base;
             const uint32_t components = (count - 1) * groups[0].count + last.count;
             fetch(plan.picks.sourceFirst + base / Channels, (last.base + last.last - base) / Channels + 1, lines);
-            kernels_.pick(pixels_, base, 0, from_, groups, count);
-            kernels_.pick(pixels_ + Channels, base, 0, to_, groups, count);
+            pick_(pixels_, base, 0, from_, groups, count);
+            pick_(pixels_ + Channels, base, 0, to_, groups, count);
             kernels_.rampEach(from_, to_, out, components, times, runs_.shortest());
             out += components;
             times += components;
@@ -161,6 +161,7 @@ class RampLine
     }
 
     const ResampleKernels& kernels_;
+    decltype(PickKernels::pick) pick_;
     const AreaView source_;
     const AreaView destination_;
     const RunWalker runs_;
