@@ -254,13 +254,23 @@ void countEight(const BitBlockTable& table, uint32_t first, const uint8_t* row, 
     _mm512_storeu_si512(counts, sum);
 }
 
+uint64_t pick64(const Gather& gather, const uint8_t* row)
+{
+    const __m512i bytes = gatherBytes(gather, _mm512_load_si512(gather.order), row);
+    return _mm512_bitshuffle_epi64_mask(bytes, _mm512_load_si512(gather.shift));
+}
+
 void pickGathered(const BitBlockTable& table, const uint8_t* row, uint8_t* destination)
 {
-    for (uint32_t first = 0; first < table.count; first += 64) {
-        const Gather& gather = gathers(table)[first / 64];
-        const __m512i bytes = gatherBytes(gather, _mm512_load_si512(gather.order), row);
-        const uint64_t bits = _mm512_bitshuffle_epi64_mask(bytes, _mm512_load_si512(gather.shift));
-        std::memcpy(destination + first / 8, &bits, sizeof bits);
+    const Gather* gather = gathers(table);
+    const Gather* const end = gather + table.count / 64;
+    for (; gather != end; ++gather, destination += 8) {
+        const uint64_t bits = pick64(*gather, row);
+        std::memcpy(destination, &bits, sizeof bits);
+    }
+    if (const uint32_t n = table.count % 64; n != 0) {
+        const uint64_t bits = pick64(*gather, row);
+        std::memcpy(destination, &bits, (n + 7) / 8);
     }
 }
 
@@ -333,13 +343,13 @@ void pick(const BitBlockTable& table, const uint8_t* row, uint8_t* LX_RESTRICT d
         return;
     }
 #endif
-    for (uint32_t first = 0; first < table.count; first += 64) {
-        uint64_t bits = 0;
-        for (uint32_t k = 0; k < 64 && first + k < table.count; ++k) {
+    for (uint32_t first = 0; first < table.count; first += 8) {
+        unsigned bits = 0;
+        for (uint32_t k = 0; k < 8 && first + k < table.count; ++k) {
             const size_t start = size_t{table.phase} + table.starts[first + k];
-            bits |= uint64_t{row[start / 8] >> (7 - start % 8) & 1U} << (63 - k);
+            bits |= (row[start / 8] >> (7 - start % 8) & 1U) << (7 - k);
         }
-        storeBig64(bits, destination + first / 8);
+        destination[first / 8] = static_cast<uint8_t>(bits);
     }
 }
 

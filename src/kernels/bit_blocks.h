@@ -55,7 +55,7 @@ struct BitBlockKernels {
     // As arrangeBlocks, for picking the bits at the starts; bias and lengths are not used.
     void (*arrangePicks)(BitBlockTable& table);
 
-    // Bit i of destination = the bit at start i; the bits up to the next multiple of 64 are written as well.
+    // Bit i of destination = the bit at start i; what is left of the last byte is written as well.
     void (*pick)(const BitBlockTable& table, const uint8_t* row, uint8_t* destination);
 
     // Bit i of destination = bit i / times of source, for bytes * times bytes of destination; times is 2 to 8.

@@ -14,6 +14,7 @@ extern const PixelKernels pixelKernels;
 extern const DiffusionKernels diffusionKernels;
 extern const WindowKernels windowKernels;
 extern const MedianKernels medianKernels;
+extern const PickKernels pickKernels;
 extern const ResampleKernels resampleKernels;
 extern const ReverseKernels reverseKernels;
 extern const TransposeKernels transposeKernels;

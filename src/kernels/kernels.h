@@ -12,6 +12,7 @@
 #include "kernels/diffusion.h"
 #include "kernels/median.h"
 #include "kernels/palette_color.h"
+#include "kernels/pick.h"
 #include "kernels/pixels.h"
 #include "kernels/resample.h"
 #include "kernels/reverse.h"
@@ -32,6 +33,7 @@ struct Kernels {
     const DiffusionKernels* diffusion;
     const WindowKernels* window;
     const MedianKernels* median;
+    const PickKernels* pick;
     const ResampleKernels* resample;
     const ReverseKernels* reverse;
     const TransposeKernels* transpose;

@@ -19,6 +19,7 @@ constexpr Kernels kernelTable = {
     .diffusion = &diffusionKernels,
     .window = &windowKernels,
     .median = &medianKernels,
+    .pick = &pickKernels,
     .resample = &resampleKernels,
     .reverse = &reverseKernels,
     .transpose = &transposeKernels,

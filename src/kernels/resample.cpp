@@ -6,7 +6,7 @@
 #include <cstring>
 
 #if defined(LX_LEVEL_v4)
-#include <immintrin.h>
+#include "kernels/registers_v4.h"
 #endif
 
 namespace lx::LX_LEVEL
@@ -14,78 +14,6 @@ namespace lx::LX_LEVEL
 
 namespace
 {
-
-#if defined(LX_LEVEL_v4)
-
-// The low bytes of words. (The plain forms of this and of the next operation start from an undefined register, of which
-// GCC 12 warns.)
-__m256i lowBytes(__m512i words)
-{
-    return _mm512_maskz_cvtepi16_epi8(~__mmask32{0}, words);
-}
-
-__m512i permuteBytes(__m512i offsets, __m512i bytes)
-{
-    return _mm512_maskz_permutexvar_epi8(~__mmask64{0}, offsets, bytes);
-}
-
-// The lowest n of 64 bits, n <= 64.
-uint64_t lowest(unsigned n)
-{
-    return n >= 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
-}
-
-// Up to 256 source bytes in four registers, none of them from behind the last that is wanted.
-void pickWide(const uint8_t* source, uint8_t* destination, const PickGroup& group)
-{
-    const __m512i offsets = _mm512_loadu_si512(group.offsets);
-    const unsigned span = group.last + 1U;
-    __m512i v;
-    if (span <= 64) {
-        v = permuteBytes(offsets, _mm512_maskz_loadu_epi8(lowest(span), source));
-    } else if (span <= 128) {
-        v = _mm512_permutex2var_epi8(_mm512_loadu_si512(source), offsets,
-                                     _mm512_maskz_loadu_epi8(lowest(span - 64), source + 64));
-    } else {
-        const bool four = span > 192;
-        const __m512i low =
-            _mm512_permutex2var_epi8(_mm512_loadu_si512(source), offsets, _mm512_loadu_si512(source + 64));
-        const __m512i third = _mm512_maskz_loadu_epi8(lowest(span - 128), source + 128);
-        const __m512i fourth =
-            four ? _mm512_maskz_loadu_epi8(lowest(span - 192), source + 192) : _mm512_setzero_si512();
-        const __m512i high = _mm512_permutex2var_epi8(third, offsets, fourth);
-        v = _mm512_mask_blend_epi8(_mm512_movepi8_mask(offsets), low, high);
-    }
-    if (group.count == PickGroup::lanes)
-        _mm512_storeu_si512(destination, v);
-    else
-        _mm512_mask_storeu_epi8(destination, lowest(group.count), v);
-}
-
-#endif
-
-void pick(const uint8_t* LX_RESTRICT source, uint32_t first, ptrdiff_t ahead, uint8_t* LX_RESTRICT destination,
-          const PickGroup* groups, size_t count)
-{
-    for (const PickGroup* group = groups; group != groups + count; ++group) {
-        const uint8_t* LX_RESTRICT from = source + (group->base - first);
-        if (ahead != 0) {
-            for (unsigned k = 0; k <= group->last; k += 64)
-                __builtin_prefetch(from + k + ahead, 0, 2);
-        }
-#if defined(LX_LEVEL_v4)
-        // A few bytes far apart are better fetched one by one.
-        if (group->count >= 8) {
-            pickWide(from, destination, *group);
-            destination += group->count;
-            continue;
-        }
-#endif
-        for (unsigned k = 0; k < group->count; ++k)
-            destination[k] = from[group->offsets[k]];
-        destination += group->count;
-    }
-}
 
 #if defined(LX_LEVEL_v4)
 
@@ -356,22 +284,87 @@ constexpr Alternation singles(1);
 constexpr Alternation triples(3);
 
 // The sums of four bytes of each column, rounded, as words of one half of every 128 bits.
-__m512i quarter(__m512i pairs, __m512i nextPairs, __m512i rounding)
+__m512i quarter(__m512i pairs, __m512i nextPairs)
 {
     const __m512i ones = _mm512_set1_epi8(1);
     const __m512i sum = _mm512_add_epi16(_mm512_maddubs_epi16(pairs, ones), _mm512_maddubs_epi16(nextPairs, ones));
-    return _mm512_srli_epi16(_mm512_add_epi16(sum, rounding), 2);
+    return _mm512_srli_epi16(_mm512_add_epi16(sum, _mm512_set1_epi16(2)), 2);
 }
 
+// (a + b) >> 1 of every byte.
+__m512i halfDown(__m512i a, __m512i b)
+{
+    return _mm512_sub_epi8(_mm512_avg_epu8(a, b), _mm512_and_si512(_mm512_xor_si512(a, b), _mm512_set1_epi8(1)));
+}
+
+#endif
+
+// What becomes of the bytes of two rows, and of the next pixel's, where pixels double.
+struct RoundedMeans {
+    static unsigned even(unsigned t, unsigned b) { return (t + b + 1) >> 1; }
+    static unsigned odd(unsigned t, unsigned b, unsigned nextT, unsigned nextB)
+    {
+        return (t + b + nextT + nextB + 2) >> 2;
+    }
+
+#if defined(LX_LEVEL_v4)
+    static __m512i even(__m512i t, __m512i b)
+    {
+        return _mm512_avg_epu8(t, b);
+    }
+    static __m512i odd(__m512i t, __m512i b, __m512i nextT, __m512i nextB)
+    {
+        return _mm512_packus_epi16(quarter(_mm512_unpacklo_epi8(t, b), _mm512_unpacklo_epi8(nextT, nextB)),
+                                   quarter(_mm512_unpackhi_epi8(t, b), _mm512_unpackhi_epi8(nextT, nextB)));
+    }
+#endif
+};
+
+struct TruncatedRamps {
+    static unsigned even(unsigned t, unsigned b) { return (t + b) >> 1; }
+    static unsigned odd(unsigned t, unsigned b, unsigned nextT, unsigned nextB)
+    {
+        return ((t + nextT) / 2 + (b + nextB) / 2) >> 1;
+    }
+
+#if defined(LX_LEVEL_v4)
+    static __m512i even(__m512i t, __m512i b)
+    {
+        return halfDown(t, b);
+    }
+    static __m512i odd(__m512i t, __m512i b, __m512i nextT, __m512i nextB)
+    {
+        return halfDown(halfDown(t, nextT), halfDown(b, nextB));
+    }
+#endif
+};
+
+struct Repeats {
+    static unsigned even(unsigned t, unsigned) { return t; }
+    static unsigned odd(unsigned t, unsigned, unsigned, unsigned) { return t; }
+
+#if defined(LX_LEVEL_v4)
+    static __m512i even(__m512i t, __m512i)
+    {
+        return t;
+    }
+    static __m512i odd(__m512i t, __m512i, __m512i, __m512i)
+    {
+        return t;
+    }
+#endif
+};
+
+#if defined(LX_LEVEL_v4)
+
 // Whole registers whose pixels all have a next one; returns the components done.
+template <class Rule>
 size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, uint8_t* LX_RESTRICT destination,
-                 size_t components, unsigned channels, unsigned rounding)
+                 size_t components, unsigned channels)
 {
     const uint8_t* order = channels == 1 ? singles.from : triples.from;
     const __m512i firstHalf = _mm512_load_si512(order);
     const __m512i secondHalf = _mm512_load_si512(order + 64);
-    const __m512i roundings = _mm512_set1_epi16(static_cast<short>(rounding));
-    const __m512i excess = _mm512_set1_epi8(rounding == 0 ? 1 : 0);
     const size_t step = channels == 1 ? 64 : 63;
     size_t i = 0;
     for (; i + 64 + channels <= components; i += step) {
@@ -379,11 +372,8 @@ size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bott
         const __m512i b = _mm512_loadu_si512(bottom + i);
         const __m512i nextT = _mm512_loadu_si512(top + i + channels);
         const __m512i nextB = _mm512_loadu_si512(bottom + i + channels);
-        const __m512i halfUp = _mm512_and_si512(_mm512_xor_si512(t, b), excess);
-        const __m512i even = _mm512_sub_epi8(_mm512_avg_epu8(t, b), halfUp);
-        const __m512i odd =
-            _mm512_packus_epi16(quarter(_mm512_unpacklo_epi8(t, b), _mm512_unpacklo_epi8(nextT, nextB), roundings),
-                                quarter(_mm512_unpackhi_epi8(t, b), _mm512_unpackhi_epi8(nextT, nextB), roundings));
+        const __m512i even = Rule::even(t, b);
+        const __m512i odd = Rule::odd(t, b, nextT, nextB);
         // Three channels leave two bytes too many, which the next pixels overwrite.
         _mm512_storeu_si512(destination + 2 * i, _mm512_permutex2var_epi8(even, firstHalf, odd));
         _mm512_storeu_si512(destination + 2 * i + 64, _mm512_permutex2var_epi8(even, secondHalf, odd));
@@ -393,23 +383,58 @@ size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bott
 
 #endif
 
+// Pixels of `even` and `odd` by turns.
+template <unsigned Channels>
+void alternate(const uint8_t* LX_RESTRICT even, const uint8_t* LX_RESTRICT odd, uint8_t* LX_RESTRICT destination,
+               size_t components)
+{
+    size_t i = 0;
+    // Four bytes at once: the pixel that comes next replaces the last of them.
+    for (; Channels == 3 && i + 6 <= components; i += 3) {
+        std::memcpy(destination + 2 * i, even + i, 4);
+        std::memcpy(destination + 2 * i + 3, odd + i, 4);
+    }
+    for (; i < components; i += Channels) {
+        for (unsigned c = 0; c < Channels; ++c) {
+            destination[2 * i + c] = even[i + c];
+            destination[2 * i + Channels + c] = odd[i + c];
+        }
+    }
+}
+
+template <class Rule>
 void twice(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, uint8_t* LX_RESTRICT destination,
-           size_t components, unsigned channels, unsigned rounding)
+           size_t components, unsigned channels)
 {
 #if defined(LX_LEVEL_v4)
-    const size_t done = twiceWide(top, bottom, destination, components, channels, rounding);
+    const size_t done = twiceWide<Rule>(top, bottom, destination, components, channels);
 #else
     const size_t done = 0;
 #endif
-    for (size_t i = done; i < components; i += channels) {
-        const size_t next = i + channels < components ? i + channels : i;
-        for (unsigned c = 0; c < channels; ++c) {
-            const unsigned sum = top[i + c] + bottom[i + c] + 0U;
-            const unsigned nextSum = top[next + c] + bottom[next + c] + 0U;
-            destination[2 * i + c] = static_cast<uint8_t>((sum + rounding / 2) >> 1);
-            destination[2 * i + channels + c] = static_cast<uint8_t>((sum + nextSum + rounding) >> 2);
-        }
+    constexpr size_t most = 3 * 256;
+    uint8_t even[most];
+    uint8_t odd[most];
+    for (size_t i = done; i < components; i += most) {
+        const size_t n = components - i < most ? components - i : most;
+        const uint8_t* LX_RESTRICT t = top + i;
+        const uint8_t* LX_RESTRICT b = bottom + i;
+        const size_t followed = i + n < components ? n : n - channels;
+        for (size_t k = 0; k < n; ++k)
+            even[k] = static_cast<uint8_t>(Rule::even(t[k], b[k]));
+        for (size_t k = 0; k < followed; ++k)
+            odd[k] = static_cast<uint8_t>(Rule::odd(t[k], b[k], t[k + channels], b[k + channels]));
+        for (size_t k = followed; k < n; ++k)
+            odd[k] = static_cast<uint8_t>(Rule::odd(t[k], b[k], t[k], b[k]));
+        if (channels == 1)
+            alternate<1>(even, odd, destination + 2 * i, n);
+        else
+            alternate<3>(even, odd, destination + 2 * i, n);
     }
+}
+
+void repeatTwice(const uint8_t* source, uint8_t* destination, size_t components, unsigned channels)
+{
+    twice<Repeats>(source, source, destination, components, channels);
 }
 
 void addRow(const uint8_t* LX_RESTRICT source, uint32_t* LX_RESTRICT sums, size_t components)
@@ -570,7 +595,8 @@ void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destin
 } // namespace
 
 constexpr ResampleKernels resampleKernels = {
-    pick, sumRows, blockMeans, ramp, rampEach, twice, addRow, joinRows, joinTwo, joinThree, joinColumns,
+    sumRows,     blockMeans, ramp,     rampEach, twice<RoundedMeans>, twice<TruncatedRamps>,
+    repeatTwice, addRow,     joinRows, joinTwo,  joinThree,           joinColumns,
 };
 
 } // namespace lx::LX_LEVEL

@@ -1,4 +1,4 @@
-// Change of size along a line: picking, block means, ramps between pixels, and interpolation.
+// Change of size along a line: block means, ramps between pixels, and interpolation.
 //
 // Rows are components: bytes of 8-bit pixels, or the three bytes of full-colour pixels, which are `channels` = 3 apart
 // from pixel to pixel. What a row needs to know about its columns is laid out beforehand, once for all lines.
@@ -10,16 +10,6 @@
 
 namespace lx
 {
-
-// A few destination components, and where they come from.
-struct PickGroup {
-    static constexpr unsigned lanes = 64;
-
-    uint32_t base;          // source component that the offsets count from
-    uint8_t count;          // 1 to 64 components
-    uint8_t last;           // the largest offset
-    uint8_t offsets[lanes]; // ascending
-};
 
 // The blocks of a line: each `width` pixels wide, the wide ones one more, and one following the other.
 struct BlockColumns {
@@ -56,12 +46,6 @@ struct TapGroup {
 };
 
 struct ResampleKernels {
-    // Groups one after the other: destination[k] = source[base - first + offsets[k]]. What lies `ahead` bytes further
-    // on is asked for in advance if `ahead` is not 0: a line that comes after some that are skipped is no surprise
-    // then.
-    void (*pick)(const uint8_t* source, uint32_t first, ptrdiff_t ahead, uint8_t* destination, const PickGroup* groups,
-                 size_t count);
-
     // sums[i] = source[i] + source[step + i] + ..., `rows` terms, at most 257.
     void (*sumRows)(const uint8_t* source, ptrdiff_t step, unsigned rows, uint16_t* sums, size_t components);
 
@@ -80,11 +64,18 @@ struct ResampleKernels {
     void (*rampEach)(const uint8_t* from, const uint8_t* to, uint8_t* destination, size_t components,
                      const uint8_t* times, uint32_t length);
 
-    // Twice as many pixels: pixel 2 i = (t + b + rounding / 2) >> 1 of the rows' pixel i, and
-    // pixel 2 i + 1 = (t + b + t' + b' + rounding) >> 2 with the next pixel's t' and b', or the last one's own.
-    // `rounding` is 0 or 2.
-    void (*twice)(const uint8_t* top, const uint8_t* bottom, uint8_t* destination, size_t components, unsigned channels,
-                  unsigned rounding);
+    // Twice as many pixels: pixel 2 i = (t + b + 1) >> 1 of the rows' pixel i, and pixel 2 i + 1 =
+    // (t + b + t' + b' + 2) >> 2 with the next pixel's t' and b', or the last one's own.
+    void (*twice)(const uint8_t* top, const uint8_t* bottom, uint8_t* destination, size_t components,
+                  unsigned channels);
+
+    // The middle of ramps of two between the rows, which are made of ramps of two themselves: pixel 2 i = (t + b) >> 1,
+    // pixel 2 i + 1 = (((t + t') >> 1) + ((b + b') >> 1)) >> 1.
+    void (*rampTwice)(const uint8_t* top, const uint8_t* bottom, uint8_t* destination, size_t components,
+                      unsigned channels);
+
+    // Every pixel two times.
+    void (*repeatTwice)(const uint8_t* source, uint8_t* destination, size_t components, unsigned channels);
 
     // sums[i] += source[i].
     void (*addRow)(const uint8_t* source, uint32_t* sums, size_t components);

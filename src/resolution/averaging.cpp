@@ -3,7 +3,7 @@
 // Where the width grows, a line is made from its source line, or from the means of its block's columns, by ramps along
 // each run; where the height grows, the lines of a run are ramps from the run's first line to that of the next run. The
 // last run of either axis is flat. A ramp of L pixels from v to n is trunc(v + t d) for t from 0 to L - 1,
-// d = (n - v) * (1 / L) in single precision and the rest in double.
+// d = (n - v) * (1 / L) in single precision and the rest in double. Doubling both axes has a form of its own.
 
 #include "resolution/averaged_line.h"
 #include "resolution/picked_columns.h"
@@ -83,13 +83,18 @@ struct RampPlan {
     }
 };
 
+bool isTwice(const RunWalker& runs)
+{
+    return runs.shortest() == 2 && runs.longest() == 2;
+}
+
 // Makes lines that are wider than the source's.
 template <unsigned Channels>
 class RampLine
 {
   public:
     RampLine(const AreaView& source, const AreaView& destination, uint32_t tallest) noexcept
-        : kernels_(*kernels().resample), source_(source), destination_(destination),
+        : kernels_(*kernels().resample), pick_(kernels().pick->pick), source_(source), destination_(destination),
           runs_(source.width(), destination.width()), plans_(runs_), means_(source, tallest)
     {
     }
@@ -97,8 +102,8 @@ class RampLine
     uint32_t make(uint32_t j, Span lines) noexcept
     {
         const uint8_t* source = source_.row(lines.start);
-        if (runs_.shortest() == 2 && runs_.longest() == 2 && lines.length == 1)
-            kernels_.twice(source, source, destination_.row(j), size_t{source_.width()} * Channels, Channels, 0);
+        if (isTwice(runs_) && lines.length == 1)
+            kernels_.rampTwice(source, source, destination_.row(j), size_t{source_.width()} * Channels, Channels);
         else if (runs_.longest() > longestPlannedRun)
             makeRunByRun(j, lines);
         else
@@ -121,8 +126,8 @@ class RampLine
             const uint32_t base = groups[0].base;
             const uint32_t components = (count - 1) * groups[0].count + last.count;
             fetch(plan.picks.sourceFirst + base / Channels, (last.base + last.last - base) / Channels + 1, lines);
-            kernels_.pick(pixels_, base, 0, from_, groups, count);
-            kernels_.pick(pixels_ + Channels, base, 0, to_, groups, count);
+            pick_(pixels_, base, 0, from_, groups, count);
+            pick_(pixels_ + Channels, base, 0, to_, groups, count);
             kernels_.rampEach(from_, to_, out, components, times, runs_.shortest());
             out += components;
             times += components;
@@ -156,6 +161,7 @@ class RampLine
     }
 
     const ResampleKernels& kernels_;
+    decltype(PickKernels::pick) pick_;
     const AreaView source_;
     const AreaView destination_;
     const RunWalker runs_;
@@ -192,6 +198,26 @@ void averageLines(const AreaView& source, const AreaView& destination, ProgressC
         [&](Span run, uint32_t next, uint32_t width) { rampLines<Channels>(destination, run, next, width); });
 }
 
+// Both axes doubled: the second line of a run is made of the source as well, so that lines are written in order.
+template <unsigned Channels>
+void averageTwice(const AreaView& source, const AreaView& destination, ProgressCallback progress)
+{
+    const auto rampTwice = kernels().resample->rampTwice;
+    const auto make = [&](uint32_t j, uint32_t top, uint32_t bottom) {
+        rampTwice(source.row(top), source.row(bottom), destination.row(j), size_t{source.width()} * Channels, Channels);
+    };
+    enlargeRows(
+        RunWalker(source.height(), destination.height()), widthEnlarged, progress,
+        [&](uint32_t j, Span lines) {
+            make(j, lines.start, lines.start);
+            return destination.width();
+        },
+        [&](Span run, uint32_t) {
+            const uint32_t line = run.start / 2;
+            make(run.start + 1, line, std::min(line + 1, source.height() - 1));
+        });
+}
+
 template <unsigned Channels>
 int8_t average(uint16_t type, const ImageArea* source, const ImageArea* destination, ProgressCallback progress)
 {
@@ -199,7 +225,12 @@ int8_t average(uint16_t type, const ImageArea* source, const ImageArea* destinat
         return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView from(*source);
     const AreaView to(*destination);
-    if (from.width() >= to.width())
+    const auto doubles = [](uint32_t before, uint32_t after) {
+        return before < after && isTwice(RunWalker(before, after));
+    };
+    if (doubles(from.width(), to.width()) && doubles(from.height(), to.height()))
+        averageTwice<Channels>(from, to, progress);
+    else if (from.width() >= to.width())
         averageLines<Channels, AveragedLine<Channels>>(from, to, progress);
     else
         averageLines<Channels, RampLine<Channels>>(from, to, progress);

@@ -29,6 +29,30 @@ struct MostlyWhite {
     }
 };
 
+// Whether the lines of both areas are whole bytes of nothing else, one line after the other.
+bool areOneBlock(const AreaView& source, const AreaView& destination)
+{
+    const auto isBlock = [](const AreaView& area) {
+        return area.phase() == 0 && area.width() % 8 == 0 && area.lineStep() == ptrdiff_t{area.width() / 8};
+    };
+    return isBlock(source) && isBlock(destination);
+}
+
+// Areas of one size that are blocks, some lines at a time: short lines are not worth a copy each.
+void copyBlock(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
+{
+    constexpr uint32_t some = 32;
+    const uint32_t height = source.height();
+    enlargeRows(
+        RunWalker(height, height), widthEnlarged, progress,
+        [&](uint32_t j, Span) {
+            if (j % some == 0)
+                std::memcpy(destination.row(j), source.row(j), size_t{source.width() / 8} * std::min(some, height - j));
+            return destination.width();
+        },
+        [](Span, uint32_t) {});
+}
+
 template <class Columns>
 void scaleBySampling(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
@@ -96,10 +120,14 @@ int8_t ScaleBilevelBySampling(const ImageArea* source, const ImageArea* destinat
 {
     if (!isScalable(*source, *destination, IMAGE_TYPE_BW))
         return IMAGE_STATUS_BAD_ARGUMENT;
-    if (source->width > destination->width)
-        scaleBySampling<BlockWalker<float>>(AreaView(*source), AreaView(*destination), progress);
+    const AreaView from(*source);
+    const AreaView to(*destination);
+    if (from.width() == to.width() && from.height() == to.height() && areOneBlock(from, to))
+        copyBlock(from, to, progress);
+    else if (from.width() > to.width())
+        scaleBySampling<BlockWalker<float>>(from, to, progress);
     else
-        scaleBySampling<RepeatedBlockWalker>(AreaView(*source), AreaView(*destination), progress);
+        scaleBySampling<RepeatedBlockWalker>(from, to, progress);
     return IMAGE_STATUS_OK;
 }
 

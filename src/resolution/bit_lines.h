@@ -38,17 +38,19 @@ class PickedBits
 {
   public:
     PickedBits(const AreaView& source, uint32_t width) noexcept
-        : times_(width % source.width() == 0 ? width / source.width() : 0), source_(source),
-          columns_(Blocks(source.width(), width), source)
+        : times_(width % source.width() == 0 ? width / source.width() : 0), width_(width), source_(source)
     {
     }
+
+    // How often every pixel is repeated, if that is the same for all of them and 8 at most; else 0.
+    uint32_t times() const { return times_ <= 8 ? times_ : 0; }
 
     // Calls put(bits, i, n) with the packed bits of destination pixels i to i + n - 1 of source line `line`, from left
     // to right.
     template <class Put>
     void pick(uint32_t line, Put put) noexcept
     {
-        if (times_ >= 1 && times_ <= 8)
+        if (times() != 0)
             repeat(line, put);
         else
             pickFrom([line](const BitPicks& plan) { return plan.row(line); }, put);
@@ -58,11 +60,24 @@ class PickedBits
     template <class Row, class Put>
     void pickFrom(Row row, Put put) noexcept
     {
-        columns_.forEach([&](const BitPicks& plan) {
-            kernels_.pick(plan.table(), row(plan), picked_);
-            put(picked_, plan.first(), plan.count());
+        pickTo([this](uint32_t, uint32_t) { return picked_; }, row, put);
+    }
+
+    // The same with the bits at the place that open(i, n) gives.
+    template <class Open, class Row, class Put>
+    void pickTo(Open open, Row row, Put put) noexcept
+    {
+        if (!columns_)
+            columns_.emplace(Blocks(source_.width(), width_), source_);
+        columns_->forEach([&](const BitPicks& plan) {
+            uint8_t* bits = open(plan.first(), plan.count());
+            kernels_.pick(plan.table(), row(plan), bits);
+            put(bits, plan.first(), plan.count());
         });
     }
+
+    // Room for the bits of a call of put().
+    uint8_t* room() { return picked_; }
 
   private:
     static constexpr uint32_t limit = Roomy<BitPicks>::limit;
@@ -87,8 +102,9 @@ class PickedBits
     const BitBlockKernels& kernels_ = *kernels().bitBlocks;
     const BitKernels& bits_ = *kernels().bits;
     uint32_t times_; // 0: not a whole number
+    uint32_t width_;
     AreaView source_;
-    PlannedColumns<Blocks, Roomy<BitPicks>> columns_;
+    std::optional<PlannedColumns<Blocks, Roomy<BitPicks>>> columns_; // made when it is wanted
     alignas(64) uint8_t picked_[limit / 8];
     uint8_t aligned_[limit / 8 / 8] = {};
 };
@@ -111,27 +127,57 @@ class PickedLine
                               source_.width());
             return source_.width();
         }
-        uint32_t reached = 0;
-        picked_.pick(line, putTo(j, reached));
-        return reached;
+        if (picked_.times() == 0)
+            return makeFrom(j, [line](const BitPicks& plan) { return plan.row(line); });
+        if (source_.phase() == 0 && destination_.phase() == 0) {
+            repeatBytes(j, line);
+        } else {
+            picked_.pick(line, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
+                kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
+            });
+        }
+        return destination_.width();
     }
 
+    // Bits go straight to their bytes if these are the line's own, the last one excepted.
     template <class Row>
     uint32_t makeFrom(uint32_t j, Row row) noexcept
     {
         uint32_t reached = 0;
-        picked_.pickFrom(row, putTo(j, reached));
+        uint8_t old = 0;
+        const auto open = [&](uint32_t i, uint32_t n) {
+            if (destination_.phase(i) != 0)
+                return picked_.room();
+            old = *destination_.at(i + n - 1, j);
+            return destination_.at(i, j);
+        };
+        picked_.pickTo(open, row, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
+            if (destination_.phase(i) != 0) {
+                kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
+            } else if (n % 8 != 0) {
+                uint8_t& last = *destination_.at(i + n - 1, j);
+                last = static_cast<uint8_t>((last & ~(0xFFU >> n % 8)) | (old & (0xFFU >> n % 8)));
+            }
+            reached += n;
+        });
         return reached;
     }
 
   private:
     const BitKernels& kernels_ = *kernels().bits;
-    auto putTo(uint32_t j, uint32_t& reached) noexcept
+    const BitBlockKernels& blocks_ = *kernels().bitBlocks;
+
+    // Whole bytes of the source line, which become whole bytes, and the pixels left.
+    void repeatBytes(uint32_t j, uint32_t line) noexcept
     {
-        return [this, j, &reached](const uint8_t* bits, uint32_t i, uint32_t n) {
-            kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
-            reached += n;
-        };
+        const uint32_t bytes = source_.width() / 8;
+        const uint32_t times = picked_.times();
+        if (bytes != 0)
+            blocks_.repeat(source_.row(line), bytes, times, destination_.row(j));
+        if (const uint32_t left = source_.width() % 8; left != 0) {
+            blocks_.repeat(source_.row(line) + bytes, 1, times, picked_.room());
+            kernels_.copyBits(picked_.room(), 0, destination_.row(j) + size_t{bytes} * times, 0, size_t{left} * times);
+        }
     }
 
     PickedBits<Blocks> picked_;

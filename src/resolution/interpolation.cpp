@@ -136,7 +136,7 @@ class Interpolation
         if (doubles_) {
             const uint8_t* top = line(0, taps.first);
             const uint8_t* bottom = taps.weight == 0 ? top : line(0, taps.first + 1);
-            kernels_.twice(top, bottom, destination_.row(j), size_t{source_.width()} * Channels, Channels, 2);
+            kernels_.twice(top, bottom, destination_.row(j), size_t{source_.width()} * Channels, Channels);
             return;
         }
         plans_.forEach([&](const TapPlan<Channels>& plan) {

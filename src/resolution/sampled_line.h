@@ -14,26 +14,48 @@ class SampledLine
 {
   public:
     SampledLine(const AreaView& source, const AreaView& destination) noexcept
-        : source_(source), destination_(destination), blocks_(source.width(), destination.width()), columns_(blocks_),
-          reader_(source), writer_(destination)
+        : source_(source), destination_(destination),
+          repeatsTwice_(destination.width() == uint64_t{source.width()} * 2),
+          blocks_(source.width(), destination.width()), columns_(blocks_), reader_(source), writer_(destination)
     {
     }
 
     // `next` is the source line of the line to be made after this one.
     uint32_t make(uint32_t j, uint32_t line, uint32_t next) noexcept
     {
+        if (!Packed && repeatsTwice_) {
+            kernels_.repeatTwice(source_.row(line), destination_.row(j), size_t{source_.width()} * Channels, Channels);
+            return reached_;
+        }
         const ptrdiff_t ahead = next - line > 1 && next < source_.height() ? source_.row(next) - source_.row(line) : 0;
         columns_.forEach([&](const PickedColumns<Channels>& plan) {
-            if constexpr (Packed)
-                pickPacked(plan, j, line);
-            else
-                kernels_.pick(source_.at(plan.sourceFirst, line), 0, ahead, destination_.at(plan.first, j), plan.groups,
-                              plan.groupCount);
+            if constexpr (Packed) {
+                if (!pickStraight(plan, j, line))
+                    pickPacked(plan, j, line);
+            } else {
+                picks_.pick(source_.at(plan.sourceFirst, line), 0, ahead, destination_.at(plan.first, j), plan.groups,
+                            plan.groupCount);
+            }
         });
         return reached_;
     }
 
   private:
+    // Nibbles that are not fewer than those they are picked from, to bytes that are the line's own.
+    bool pickStraight(const PickedColumns<Channels>& plan, uint32_t j, uint32_t line) noexcept
+    {
+        if (source_.width() > destination_.width() || destination_.phase(plan.first) != 0)
+            return false;
+        uint8_t& last = *destination_.at(plan.first + plan.count - 1, j);
+        const uint8_t old = last;
+        if (!picks_.pickNibbles(source_.at(plan.sourceFirst, line), source_.phase(plan.sourceFirst),
+                                destination_.at(plan.first, j), plan.groups, plan.groupCount))
+            return false;
+        if (plan.count % 2 != 0)
+            last = static_cast<uint8_t>((last & 0xF0) | (old & 15));
+        return true;
+    }
+
     // By way of chunks, as many groups at a time as they hold.
     void pickPacked(const PickedColumns<Channels>& plan, uint32_t j, uint32_t line) noexcept
     {
@@ -51,16 +73,17 @@ class SampledLine
                 sourcePixels = reach;
             }
             const uint8_t* in = reader_.read(plan.sourceFirst + begin->base, line, sourcePixels);
-            kernels_.pick(in, begin->base, 0, writer_.open(first, j, pixels), begin,
-                          static_cast<size_t>(group - begin));
+            picks_.pick(in, begin->base, 0, writer_.open(first, j, pixels), begin, static_cast<size_t>(group - begin));
             writer_.close();
             first += pixels;
         }
     }
 
+    const PickKernels& picks_ = *kernels().pick;
     const ResampleKernels& kernels_ = *kernels().resample;
     const AreaView source_;
     const AreaView destination_;
+    const bool repeatsTwice_;
     const Blocks blocks_;
     const uint32_t reached_ = pixelsReached(blocks_);
     PlannedColumns<Blocks, PickedColumns<Channels>> columns_;

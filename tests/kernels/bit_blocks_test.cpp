@@ -117,7 +117,7 @@ TEST_P(BitBlockLevels, PickAlike)
         std::vector<uint8_t> picked[2];
         for (int side = 0; side < 2; ++side) {
             const lx::BitBlockKernels& kernels = side == 0 ? portable : level;
-            picked[side].resize((sample.table.count + 63) / 64 * 8);
+            picked[side].resize((sample.table.count + 7) / 8);
             if (side == 1)
                 kernels.arrangePicks(sample.table);
             kernels.pick(sample.table, sample.last(), picked[side].data());

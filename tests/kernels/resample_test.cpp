@@ -21,7 +21,7 @@ void forEachLevel(Test test)
     const lx::KernelLevels levels = lx::runnableKernels();
     for (size_t k = 1; k < levels.count; ++k) {
         SCOPED_TRACE(levels.tables[k]->level);
-        test(*levels.tables[0]->resample, *levels.tables[k]->resample);
+        test(*levels.tables[0], *levels.tables[k]);
     }
 }
 
@@ -35,7 +35,7 @@ std::vector<uint8_t> noise(Random& random, size_t count)
 
 TEST(ResampleKernels, PickGroupsOfEverySpan)
 {
-    forEachLevel([](const auto& portable, const auto& kernels) {
+    forEachLevel([](const lx::Kernels& portable, const lx::Kernels& kernels) {
         Random random(1);
         for (int round = 0; round < 2000; ++round) {
             lx::PickGroup group = {};
@@ -51,16 +51,49 @@ TEST(ResampleKernels, PickGroupsOfEverySpan)
             const auto source = noise(random, size_t{group.base} - first + group.last + 1);
             std::vector<uint8_t> expected(group.count);
             std::vector<uint8_t> actual(group.count);
-            portable.pick(source.data(), first, 0, expected.data(), &group, 1);
-            kernels.pick(source.data(), first, 0, actual.data(), &group, 1);
+            portable.pick->pick(source.data(), first, 0, expected.data(), &group, 1);
+            kernels.pick->pick(source.data(), first, 0, actual.data(), &group, 1);
             ASSERT_EQ(expected, actual);
         }
     });
 }
 
+TEST(ResampleKernels, PickNibbles)
+{
+    Random random(7);
+    const lx::KernelLevels levels = lx::runnableKernels();
+    for (int round = 0; round < 2000; ++round) {
+        lx::PickGroup groups[3] = {};
+        const size_t count = random.between(1, 3);
+        const unsigned phase = random.below(2);
+        std::vector<uint32_t> places;
+        uint32_t place = random.below(5);
+        for (size_t g = 0; g < count; ++g) {
+            groups[g].base = place;
+            groups[g].count = static_cast<uint8_t>(g + 1 < count ? 64 : random.between(1, 64));
+            for (unsigned k = 0; k < groups[g].count; ++k, place += random.below(3)) {
+                groups[g].last = groups[g].offsets[k] = static_cast<uint8_t>(place - groups[g].base);
+                places.push_back(phase + place);
+            }
+        }
+        const auto source = noise(random, places.back() / 2 + 1);
+        for (size_t k = 0; k < levels.count; ++k) {
+            std::vector<uint8_t> actual((places.size() + 1) / 2);
+            if (!levels.tables[k]->pick->pickNibbles(source.data(), phase, actual.data(), groups, count)) {
+                ASSERT_EQ(actual, std::vector<uint8_t>(actual.size())) << levels.tables[k]->level;
+                continue;
+            }
+            for (size_t i = 0; i < places.size(); ++i)
+                ASSERT_EQ(actual[i / 2] >> (i % 2 == 0 ? 4 : 0) & 15,
+                          source[places[i] / 2] >> (places[i] % 2 == 0 ? 4 : 0) & 15)
+                    << levels.tables[k]->level << ", nibble " << i;
+        }
+    }
+}
+
 TEST(ResampleKernels, SumRows)
 {
-    forEachLevel([](const auto& portable, const auto& kernels) {
+    forEachLevel([](const lx::Kernels& portable, const lx::Kernels& kernels) {
         Random random(2);
         for (size_t columns = 1; columns < 300; ++columns) {
             const unsigned rows = random.chance(90) ? random.between(1, 9) : 257;
@@ -68,8 +101,8 @@ TEST(ResampleKernels, SumRows)
             std::vector<uint16_t> expected(columns);
             std::vector<uint16_t> actual(columns);
             const auto step = static_cast<ptrdiff_t>(columns);
-            portable.sumRows(source.data() + (rows - 1) * columns, -step, rows, expected.data(), columns);
-            kernels.sumRows(source.data() + (rows - 1) * columns, -step, rows, actual.data(), columns);
+            portable.resample->sumRows(source.data() + (rows - 1) * columns, -step, rows, expected.data(), columns);
+            kernels.resample->sumRows(source.data() + (rows - 1) * columns, -step, rows, actual.data(), columns);
             ASSERT_EQ(expected, actual);
         }
     });
@@ -117,7 +150,7 @@ struct BlockSample {
 
 TEST(ResampleKernels, BlockMeans)
 {
-    forEachLevel([](const auto& portable, const auto& kernels) {
+    forEachLevel([](const lx::Kernels& portable, const lx::Kernels& kernels) {
         Random random(3);
         for (int round = 0; round < 3000; ++round) {
             BlockSample sample(random);
@@ -127,10 +160,10 @@ TEST(ResampleKernels, BlockMeans)
             std::vector<uint8_t> actual(count);
             std::vector<uint8_t> expectedMarks(count + 64);
             std::vector<uint8_t> actualMarks(count + 64);
-            const bool any =
-                portable.blockMeans(sample.columns, sample.rule, sums.data(), expected.data(), expectedMarks.data());
-            EXPECT_EQ(any, kernels.blockMeans(sample.columns, sample.rule, sample.sums.data(), actual.data(),
-                                              actualMarks.data()));
+            const bool any = portable.resample->blockMeans(sample.columns, sample.rule, sums.data(), expected.data(),
+                                                           expectedMarks.data());
+            EXPECT_EQ(any, kernels.resample->blockMeans(sample.columns, sample.rule, sample.sums.data(), actual.data(),
+                                                        actualMarks.data()));
             ASSERT_EQ(expected, actual);
             if (any) {
                 ASSERT_EQ(std::memcmp(expectedMarks.data(), actualMarks.data(), count), 0);
@@ -190,25 +223,30 @@ TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
 
 TEST(ResampleKernels, TwiceThePixels)
 {
-    forEachLevel([](const auto& portable, const auto& kernels) {
+    forEachLevel([](const lx::Kernels& portable, const lx::Kernels& kernels) {
         Random random(6);
-        for (size_t pixels = 1; pixels < 300; ++pixels) {
+        for (size_t pixels = 1; pixels < 900; ++pixels) {
             const unsigned channels = random.chance(50) ? 1 : 3;
-            const unsigned rounding = random.chance(50) ? 0 : 2;
             const auto top = noise(random, pixels * channels);
             const auto bottom = noise(random, pixels * channels);
             std::vector<uint8_t> expected(2 * pixels * channels);
             std::vector<uint8_t> actual(2 * pixels * channels);
-            portable.twice(top.data(), bottom.data(), expected.data(), pixels * channels, channels, rounding);
-            kernels.twice(top.data(), bottom.data(), actual.data(), pixels * channels, channels, rounding);
+            portable.resample->twice(top.data(), bottom.data(), expected.data(), pixels * channels, channels);
+            kernels.resample->twice(top.data(), bottom.data(), actual.data(), pixels * channels, channels);
             ASSERT_EQ(expected, actual);
+            portable.resample->rampTwice(top.data(), bottom.data(), expected.data(), pixels * channels, channels);
+            kernels.resample->rampTwice(top.data(), bottom.data(), actual.data(), pixels * channels, channels);
+            ASSERT_EQ(expected, actual) << "ramps";
+            portable.resample->repeatTwice(top.data(), expected.data(), pixels * channels, channels);
+            kernels.resample->repeatTwice(top.data(), actual.data(), pixels * channels, channels);
+            ASSERT_EQ(expected, actual) << "repeats";
         }
     });
 }
 
 TEST(ResampleKernels, JoinRows)
 {
-    forEachLevel([](const auto& portable, const auto& kernels) {
+    forEachLevel([](const lx::Kernels& portable, const lx::Kernels& kernels) {
         Random random(4);
         for (size_t columns = 1; columns < 200; ++columns) {
             const auto top = noise(random, columns);
@@ -218,16 +256,16 @@ TEST(ResampleKernels, JoinRows)
             const int weight = static_cast<int>(random.below(32768));
             std::vector<uint16_t> expected(columns);
             std::vector<uint16_t> actual(columns);
-            portable.joinTwo(top.data(), bottom.data(), expected.data(), columns, weight);
-            kernels.joinTwo(top.data(), bottom.data(), actual.data(), columns, weight);
+            portable.resample->joinTwo(top.data(), bottom.data(), expected.data(), columns, weight);
+            kernels.resample->joinTwo(top.data(), bottom.data(), actual.data(), columns, weight);
             ASSERT_EQ(expected, actual);
-            kernels.joinRows(top.data(), std::vector<uint32_t>(columns).data(), bottom.data(), actual.data(), columns,
-                             1, weight);
+            kernels.resample->joinRows(top.data(), std::vector<uint32_t>(columns).data(), bottom.data(), actual.data(),
+                                       columns, 1, weight);
             ASSERT_EQ(expected, actual) << "box of 1";
-            portable.joinThree(top.data(), middle.data(), bottom.data(), expected.data(), columns, weight);
-            kernels.joinThree(top.data(), middle.data(), bottom.data(), actual.data(), columns, weight);
+            portable.resample->joinThree(top.data(), middle.data(), bottom.data(), expected.data(), columns, weight);
+            kernels.resample->joinThree(top.data(), middle.data(), bottom.data(), actual.data(), columns, weight);
             ASSERT_EQ(expected, actual);
-            kernels.joinRows(top.data(), sums.data(), bottom.data(), actual.data(), columns, 2, weight);
+            kernels.resample->joinRows(top.data(), sums.data(), bottom.data(), actual.data(), columns, 2, weight);
             ASSERT_EQ(expected, actual) << "box of 2";
         }
     });
@@ -235,7 +273,7 @@ TEST(ResampleKernels, JoinRows)
 
 TEST(ResampleKernels, JoinColumns)
 {
-    forEachLevel([](const auto& portable, const auto& kernels) {
+    forEachLevel([](const lx::Kernels& portable, const lx::Kernels& kernels) {
         Random random(5);
         for (int round = 0; round < 2000; ++round) {
             const unsigned channels = random.chance(50) ? 1 : 3;
@@ -254,8 +292,8 @@ TEST(ResampleKernels, JoinColumns)
                 level = static_cast<uint16_t>(64 + random.below(32641));
             std::vector<uint8_t> expected(group.count);
             std::vector<uint8_t> actual(group.count);
-            portable.joinColumns(source.data(), expected.data(), &group, 1, channels, box);
-            kernels.joinColumns(source.data(), actual.data(), &group, 1, channels, box);
+            portable.resample->joinColumns(source.data(), expected.data(), &group, 1, channels, box);
+            kernels.resample->joinColumns(source.data(), actual.data(), &group, 1, channels, box);
             ASSERT_EQ(expected, actual) << "box of " << box;
         }
     });
