@@ -58,9 +58,42 @@ class WindowWalk
     template <class Window>
     void line(uint32_t j, Window window) noexcept
     {
+        const auto inside = [&](const WindowRows& rows, uint8_t* out) { interior(rows, out, window); };
+        if (overlap_.width != 0)
+            edges(j, window, inside);
+    }
+
+    // Whether the lines from j on can be worked on four at a time: they and their results lie as the operation wants
+    // them, and none is changed before its neighbours are done.
+    bool hasFour(uint32_t j) const
+    {
+        return !inPlace_ && !swaps_ && overlap_.width > 2 && overlap_.height - j >= 4;
+    }
+
+    // Calls `window` as above for the edge pixels of lines j to j + 3, and `four(rows, outs, n)` for the n pixels
+    // between them: the lines and their neighbours are in rows[0] to rows[5], the results go to outs[0] to outs[3].
+    template <class Window, class Four>
+    void fourLines(uint32_t j, Window window, Four four) noexcept
+    {
+        const WindowRows first = rowsAround(source_, overlap_.height, j);
+        const WindowRows last = rowsAround(source_, overlap_.height, j + 3);
+        const uint8_t* rows[6] = {first.upper, first.centre, first.lower, last.upper, last.centre, last.lower};
+        uint8_t* outs[4];
+        for (const uint8_t*& row : rows)
+            row += bytes;
+        for (uint32_t k = 0; k < 4; ++k) {
+            outs[k] = destination_.row(j + k) + bytes;
+            edges(j + k, window, [](const WindowRows&, uint8_t*) {});
+        }
+        four(rows, outs, overlap_.width - 2);
+    }
+
+  private:
+    // Works on the edge pixels before `inside` changes the line and puts them to their place after it.
+    template <class Window, class Inside>
+    void edges(uint32_t j, Window window, Inside inside)
+    {
         const uint32_t width = overlap_.width;
-        if (width == 0)
-            return;
         const WindowRows rows = rowsAround(source_, overlap_.height, j);
         uint8_t* out = destination_.row(j);
         uint8_t first[bytes];
@@ -68,12 +101,11 @@ class WindowWalk
         edge(rows, 0, first, window);
         edge(rows, width - 1, last, window);
         if (width > 2)
-            interior(rows, out, window);
+            inside(rows, out);
         place(first, out, 1);
         place(last, out + size_t{width - 1} * bytes, 1);
     }
 
-  private:
     template <class Window>
     void edge(const WindowRows& rows, uint32_t i, uint8_t* result, Window window)
     {

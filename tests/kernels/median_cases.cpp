@@ -28,6 +28,18 @@ const std::vector<KernelCase> medianKernelCases = {
                  kernels.median->sixthOfNine(rows[0], rows[1], rows[2], to, n, stride);
              });
      }},
+    {"sixthInFourRows",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         for (const size_t stride : {size_t{1}, size_t{3}}) {
+             const uint8_t* rows[6];
+             uint8_t* to[4];
+             for (const uint8_t*& row : rows)
+                 row = bench.bytes(n + 2 * stride) + stride;
+             for (uint8_t*& destination : to)
+                 destination = bench.to(n);
+             kernels.median->sixthInFourRows(rows, to, n, stride);
+         }
+     }},
     {"majorityOfBits",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
          filterRows(bench, n, 1, [&](const uint8_t* const* rows, uint8_t* to) {
