@@ -75,7 +75,7 @@ void filterBytes(const Effort& effort, const AreaView& source, const AreaView& d
     };
     runPasses(effort, walk.inPlace(), walk.height(), callback, [&](uint32_t j) -> uint32_t {
         if (effort.step == 1 && walk.hasFour(j)) {
-            walk.fourLines(j, all, four);
+            walk.fourLines(j, four);
             return 4;
         }
         if (effort.step == 1)
