@@ -104,6 +104,7 @@ void filterBits(const Effort& effort, const AreaView& source, const AreaView& de
 {
     const MedianKernels& median = *kernels().median;
     const auto majority = bits == 1 ? median.majorityOfBits : median.majorityOfNibbles;
+    const auto four = bits == 1 ? median.majorityOfBitsInFourRows : median.majorityOfNibblesInFourRows;
     PackedWindows<bits> walk(source, destination);
     uint8_t marks[PackedWindows<bits>::runBytes];
     size_t marked = 0; // bytes of the run whose marks are at hand, and its first pixel
@@ -119,6 +120,10 @@ void filterBits(const Effort& effort, const AreaView& source, const AreaView& de
             out[k] = static_cast<uint8_t>((centre[k] & ~marks[k]) | (out[k] & marks[k]));
     };
     runPasses(effort, walk.inPlace(), walk.height(), callback, [&](uint32_t j) -> uint32_t {
+        if (effort.step == 1 && walk.hasFour(j)) {
+            walk.fourLines(j, four);
+            return 4;
+        }
         if (effort.step == 1)
             walk.line(j, majority, all);
         else if (effort.next(j) == j)

@@ -9,7 +9,8 @@
 // sorted, the sixth smallest, which is the fourth greatest, is max(d, min(c, high), min(b, mid), min(a, low)).
 //
 // Majority: a full adder per column of three gives two-bit counts for a whole register of pixels at once; three such
-// counts, shifted to one place, are added and compared with 5 by logic alone.
+// counts, shifted to one place, are added and compared with 5 by logic alone. Four rows of results count along the rows
+// instead, so that each count serves three of them.
 //
 // The last block of a row overlaps the one before it, so that long rows need no loop over single bytes.
 
@@ -285,6 +286,14 @@ void majorityOfBlock(const uint8_t* upper, const uint8_t* centre, const uint8_t*
     std::memcpy(destination, &result, sizeof result);
 }
 
+// The counts of three neighbours in a row.
+template <unsigned bits>
+Count<Lanes> countAcross(const uint8_t* row)
+{
+    const Lanes here = load<Lanes>(row);
+    return count(fromLeft<bits>(here, load<Lanes>(row - 1)), here, fromRight<bits>(here, load<Lanes>(row + 1)));
+}
+
 Three loadThree(const uint8_t* middle)
 {
     return static_cast<Three>(middle[-1] << 16 | middle[0] << 8 | middle[1]);
@@ -315,8 +324,35 @@ void majority(const uint8_t* LX_RESTRICT upper, const uint8_t* LX_RESTRICT centr
     }
 }
 
+template <unsigned bits>
+void majorityInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes)
+{
+    if (bytes < laneBytes) {
+        for (unsigned j = 0; j < 4; ++j)
+            majority<bits>(rows[j], rows[j + 1], rows[j + 2], destinations[j], bytes);
+        return;
+    }
+    const uint8_t* const own[6] = {rows[0], rows[1], rows[2], rows[3], rows[4], rows[5]};
+    uint8_t* const to[4] = {destinations[0], destinations[1], destinations[2], destinations[3]};
+    for (size_t k = 0; k < bytes; k += laneBytes) {
+        const size_t at = k + laneBytes <= bytes ? k : bytes - laneBytes;
+        Count<Lanes> upper = countAcross<bits>(own[0] + at);
+        Count<Lanes> centre = countAcross<bits>(own[1] + at);
+        for (unsigned j = 0; j < 4; ++j) {
+            const Count<Lanes> lower = countAcross<bits>(own[j + 2] + at);
+            Lanes result = atLeastFive(upper, centre, lower);
+            if constexpr (colourless<bits> != 0)
+                result = select(fill(colourless<bits>), load<Lanes>(own[j + 1] + at), result);
+            std::memcpy(to[j] + at, &result, sizeof result);
+            upper = centre;
+            centre = lower;
+        }
+    }
+}
+
 } // namespace
 
-constexpr MedianKernels medianKernels = {sixthOfNine, sixthInFourRows, majority<1>, majority<4>};
+constexpr MedianKernels medianKernels = {sixthOfNine, sixthInFourRows,       majority<1>,
+                                         majority<4>, majorityInFourRows<1>, majorityInFourRows<4>};
 
 } // namespace lx::LX_LEVEL

@@ -24,6 +24,10 @@ struct MedianKernels {
     // The same on packed nibbles, for each of their bits 0 to 2; bit 3 is that of `centre`.
     void (*majorityOfNibbles)(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower, uint8_t* destination,
                               size_t bytes);
+
+    // Both for four rows that follow each other, like sixthInFourRows.
+    void (*majorityOfBitsInFourRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes);
+    void (*majorityOfNibblesInFourRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes);
 };
 
 } // namespace lx
