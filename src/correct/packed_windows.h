@@ -2,7 +2,8 @@
 //
 // A run of a line is worked on as the bytes it lies in, three rows of them. The first and the last byte of a line are
 // taken from a small copy, in which the bits outside the area are replaced by its edge pixel; all others are read where
-// they lie. Results are made beside the rows and then copied to their place in the destination.
+// they lie. Results are made beside the rows and then copied to their place in the destination. Four lines may be
+// worked on at a time, unless they are filtered in place.
 //
 // Source and destination may be the same pixels, with the same meaning as in WindowWalk.
 

@@ -2,7 +2,8 @@
 //
 // An operation gets three rows at a time: the line in work and its neighbours. The pixels left and right of a run can
 // be read, too; beyond the work rectangle its edge pixels are replicated. Rows are handed out where they lie, except
-// for the two edge pixels of a line, which are worked on in a small copy.
+// for the two edge pixels of a line, which are worked on in a small copy. Where nothing forbids it, an operation may
+// take four lines at a time with their neighbours, six rows, to share work between them.
 //
 // Source and destination may be the same pixels. The line in work is then read from a copy, so that a line sees its
 // own original and the lines below it, and the new pixels of the lines above.
