@@ -34,16 +34,19 @@ struct Effort {
     uint64_t next(uint32_t at) const { return (uint64_t{at} / step + 1) * step - 1; }
 };
 
-// Runs `line(j)` for every line, once or once per pass, and reports all passes.
-template <class Line>
-void runPasses(const Effort& effort, bool inPlace, uint32_t height, ProgressCallback callback, Line line)
+// Runs `lines(j)` over all lines, once or once per pass, and reports all passes. It works on the lines from j on and
+// returns how many it has done.
+template <class Lines>
+void runPasses(const Effort& effort, bool inPlace, uint32_t height, ProgressCallback callback, Lines lines)
 {
     PassProgress progress(callback, effort.passes, height);
     for (unsigned pass = 0; pass < effort.passes; ++pass) {
-        for (uint32_t j = 0; j < height; ++j) {
-            if (pass == 0 || inPlace)
-                line(j);
-            progress.lineDone();
+        const bool works = pass == 0 || inPlace;
+        for (uint32_t j = 0; j < height;) {
+            const uint32_t done = works ? lines(j) : 1;
+            for (uint32_t k = 0; k < done; ++k)
+                progress.lineDone();
+            j += done;
         }
     }
 }
@@ -51,12 +54,15 @@ void runPasses(const Effort& effort, bool inPlace, uint32_t height, ProgressCall
 template <unsigned bytes>
 void filterBytes(const Effort& effort, const AreaView& source, const AreaView& destination, ProgressCallback callback)
 {
-    const auto rank = kernels().median->sixthOfNine;
+    const MedianKernels& median = *kernels().median;
     WindowWalk<bytes> walk(source, destination);
     uint8_t filtered[size_t{chunkPixels} * bytes];
 
     const auto all = [&](const WindowRows& rows, uint8_t* out, uint32_t, uint32_t n) {
-        rank(rows.upper, rows.centre, rows.lower, out, size_t{n} * bytes, bytes);
+        median.sixthOfNine(rows.upper, rows.centre, rows.lower, out, size_t{n} * bytes, bytes);
+    };
+    const auto four = [&](const uint8_t* const* rows, uint8_t* const* outs, uint32_t n) {
+        median.sixthInFourRows(rows, outs, size_t{n} * bytes, bytes);
     };
     const auto none = [&](const WindowRows& rows, uint8_t* out, uint32_t, uint32_t n) {
         std::memcpy(out, rows.centre, size_t{n} * bytes);
@@ -67,13 +73,18 @@ void filterBytes(const Effort& effort, const AreaView& source, const AreaView& d
         for (uint64_t k = effort.next(i) - i; k < n; k += effort.step)
             std::memcpy(out + k * bytes, filtered + k * bytes, bytes);
     };
-    runPasses(effort, walk.inPlace(), walk.height(), callback, [&](uint32_t j) {
+    runPasses(effort, walk.inPlace(), walk.height(), callback, [&](uint32_t j) -> uint32_t {
+        if (effort.step == 1 && walk.hasFour(j)) {
+            walk.fourLines(j, four);
+            return 4;
+        }
         if (effort.step == 1)
             walk.line(j, all);
         else if (effort.next(j) == j)
             walk.line(j, some);
         else
             walk.line(j, none);
+        return 1;
     });
 }
 
@@ -93,6 +104,7 @@ void filterBits(const Effort& effort, const AreaView& source, const AreaView& de
 {
     const MedianKernels& median = *kernels().median;
     const auto majority = bits == 1 ? median.majorityOfBits : median.majorityOfNibbles;
+    const auto four = bits == 1 ? median.majorityOfBitsInFourRows : median.majorityOfNibblesInFourRows;
     PackedWindows<bits> walk(source, destination);
     uint8_t marks[PackedWindows<bits>::runBytes];
     size_t marked = 0; // bytes of the run whose marks are at hand, and its first pixel
@@ -107,13 +119,18 @@ void filterBits(const Effort& effort, const AreaView& source, const AreaView& de
         for (size_t k = 0; k < run.bytes; ++k)
             out[k] = static_cast<uint8_t>((centre[k] & ~marks[k]) | (out[k] & marks[k]));
     };
-    runPasses(effort, walk.inPlace(), walk.height(), callback, [&](uint32_t j) {
+    runPasses(effort, walk.inPlace(), walk.height(), callback, [&](uint32_t j) -> uint32_t {
+        if (effort.step == 1 && walk.hasFour(j)) {
+            walk.fourLines(j, four);
+            return 4;
+        }
         if (effort.step == 1)
             walk.line(j, majority, all);
         else if (effort.next(j) == j)
             walk.line(j, majority, some);
         else
             walk.copyLine(j);
+        return 1;
     });
 }
 

@@ -2,7 +2,8 @@
 //
 // A run of a line is worked on as the bytes it lies in, three rows of them. The first and the last byte of a line are
 // taken from a small copy, in which the bits outside the area are replaced by its edge pixel; all others are read where
-// they lie. Results are made beside the rows and then copied to their place in the destination.
+// they lie. Results are made beside the rows and then copied to their place in the destination. Four lines may be
+// worked on at a time, unless they are filtered in place.
 //
 // Source and destination may be the same pixels, with the same meaning as in WindowWalk.
 
@@ -66,6 +67,43 @@ class PackedWindows
         }
     }
 
+    // Whether the lines from j on can be worked on four at a time: none may change before its neighbours are done.
+    bool hasFour(uint32_t j) const { return !inPlace_ && overlap_.width != 0 && overlap_.height - j >= 4; }
+
+    // As line() for lines j to j + 3, with `four(rows, outs, n)`: the lines and their neighbours are in rows[0] to
+    // rows[5], the results go to outs[0] to outs[3].
+    template <class Four>
+    void fourLines(uint32_t j, Four four) noexcept
+    {
+        const WindowRows first = rowsAround(source_, overlap_.height, j);
+        const WindowRows last = rowsAround(source_, overlap_.height, j + 3);
+        const uint8_t* const rows[6] = {first.upper, first.centre, first.lower, last.upper, last.centre, last.lower};
+        filterFourEdges(rows, four);
+        for (size_t k = 0; k < bytes_; k += runBytes) {
+            const PackedRun run = runAt(k);
+            const bool isLast = k + run.bytes == bytes_;
+            const size_t from = k == 0 ? 1 : 0;
+            const size_t to = isLast ? run.bytes - 1 : run.bytes;
+            const uint8_t* here[6];
+            uint8_t* outs[4];
+            for (unsigned row = 0; row < 6; ++row)
+                here[row] = rows[row] + k + from;
+            for (unsigned line = 0; line < 4; ++line)
+                outs[line] = fourOuts_[line] + from;
+            if (from < to)
+                four(here, outs, to - from);
+            for (unsigned line = 0; line < 4; ++line) {
+                uint8_t* out = fourOuts_[line];
+                if (isLast)
+                    out[run.bytes - 1] = edgeResults_[line][3];
+                if (k == 0)
+                    out[0] = edgeResults_[line][0];
+                bits_.copyBits(out, run.phase, destination_.at(run.i, j + line), destination_.phase(run.i) * bits,
+                               size_t{run.n} * bits);
+            }
+        }
+    }
+
     void copyLine(uint32_t j) noexcept
     {
         if (!inPlace_ && overlap_.width != 0)
@@ -109,6 +147,23 @@ class PackedWindows
         filter(upper + 1, centre + 1, lower + 1, out, 1);
     }
 
+    // The first and the last byte of four lines at once, each in the middle of three bytes of a small picture; the
+    // results are bytes 0 and 3 of edgeResults_.
+    template <class Four>
+    void filterFourEdges(const uint8_t* const* rows, Four four)
+    {
+        const uint8_t* pictureRows[6];
+        uint8_t* results[4];
+        for (unsigned k = 0; k < 6; ++k) {
+            padEdge(rows[k], 0, edges_[k]);
+            padEdge(rows[k] + (bytes_ - 1), bytes_ - 1, edges_[k] + 3);
+            pictureRows[k] = edges_[k] + 1;
+        }
+        for (unsigned k = 0; k < 4; ++k)
+            results[k] = edgeResults_[k];
+        four(pictureRows, results, edgeBytes);
+    }
+
     void padEdge(const uint8_t* row, size_t k, uint8_t* three) const
     {
         uint8_t byte = *row;
@@ -138,6 +193,9 @@ class PackedWindows
         return static_cast<uint8_t>((own & mask) | (other & ~mask));
     }
 
+    // A whole register of the widest kernels, which are slow with less.
+    static constexpr size_t edgeBytes = 64;
+
     const BitKernels& bits_;
     const AreaView source_;
     const AreaView destination_;
@@ -148,6 +206,9 @@ class PackedWindows
     const bool inPlace_;
     alignas(64) uint8_t centre_[runBytes + 2];
     alignas(64) uint8_t out_[runBytes];
+    alignas(64) uint8_t fourOuts_[4][runBytes];
+    uint8_t edges_[6][edgeBytes + 2] = {};
+    uint8_t edgeResults_[4][edgeBytes];
 };
 
 } // namespace lx

@@ -2,7 +2,8 @@
 //
 // An operation gets three rows at a time: the line in work and its neighbours. The pixels left and right of a run can
 // be read, too; beyond the work rectangle its edge pixels are replicated. Rows are handed out where they lie, except
-// for the two edge pixels of a line, which are worked on in a small copy.
+// for the two edge pixels of a line, which are worked on in a small copy. Where nothing forbids it, an operation may
+// take four lines at a time with their neighbours, six rows, to share work between them.
 //
 // Source and destination may be the same pixels. The line in work is then read from a copy, so that a line sees its
 // own original and the lines below it, and the new pixels of the lines above.
@@ -73,7 +74,54 @@ class WindowWalk
         place(last, out + size_t{width - 1} * bytes, 1);
     }
 
+    // Whether the lines from j on can be worked on four at a time: they and their results lie as the operation wants
+    // them, and none is changed before its neighbours are done.
+    bool hasFour(uint32_t j) const { return !inPlace_ && !swaps_ && overlap_.width > 2 && overlap_.height - j >= 4; }
+
+    // Calls `four(rows, outs, n)` for runs of lines j to j + 3, in no order: the lines and their neighbours are in
+    // rows[0] to rows[5], at the first of n pixels, and the results go to outs[0] to outs[3].
+    template <class Four>
+    void fourLines(uint32_t j, Four four) noexcept
+    {
+        const WindowRows first = rowsAround(source_, overlap_.height, j);
+        const WindowRows last = rowsAround(source_, overlap_.height, j + 3);
+        const uint8_t* rows[6] = {first.upper, first.centre, first.lower, last.upper, last.centre, last.lower};
+        uint8_t* outs[4];
+        for (uint32_t k = 0; k < 4; ++k)
+            outs[k] = destination_.row(j + k);
+        fourEdges(rows, outs, four);
+        for (const uint8_t*& row : rows)
+            row += bytes;
+        for (uint8_t*& out : outs)
+            out += bytes;
+        four(rows, outs, overlap_.width - 2);
+    }
+
   private:
+    // Both edge pixels of the four lines at once, each in the middle of three pixels of a small picture.
+    template <class Four>
+    void fourEdges(const uint8_t* const* rows, uint8_t* const* outs, Four four)
+    {
+        const size_t end = size_t{overlap_.width - 1} * bytes;
+        const uint8_t* pictureRows[6];
+        uint8_t* results[4];
+        for (unsigned k = 0; k < 6; ++k) {
+            uint8_t* to = edges_[k];
+            std::memcpy(to, rows[k], bytes);
+            std::memcpy(to + bytes, rows[k], 2 * bytes);
+            std::memcpy(to + 3 * bytes, rows[k] + end - bytes, 2 * bytes);
+            std::memcpy(to + 5 * bytes, rows[k] + end, bytes);
+            pictureRows[k] = to + bytes;
+        }
+        for (unsigned k = 0; k < 4; ++k)
+            results[k] = edgeResults_[k];
+        four(pictureRows, results, edgePixels);
+        for (unsigned k = 0; k < 4; ++k) {
+            std::memcpy(outs[k], results[k], bytes);
+            std::memcpy(outs[k] + end, results[k] + 3 * bytes, bytes);
+        }
+    }
+
     template <class Window>
     void edge(const WindowRows& rows, uint32_t i, uint8_t* result, Window window)
     {
@@ -136,6 +184,9 @@ class WindowWalk
         }
     }
 
+    // Enough for a whole register of the widest kernels, which are slow with less.
+    static constexpr uint32_t edgePixels = (63 + bytes) / bytes;
+
     const AreaView source_;
     const AreaView destination_;
     const Overlap overlap_;
@@ -143,6 +194,8 @@ class WindowWalk
     const bool swaps_;
     alignas(64) uint8_t centre_[size_t{chunkPixels + 2} * bytes];
     alignas(64) uint8_t swapped_[size_t{chunkPixels} * bytes];
+    uint8_t edges_[6][(edgePixels + 2) * bytes] = {};
+    uint8_t edgeResults_[4][edgePixels * bytes];
 };
 
 // Whole areas, with the common progress rule.

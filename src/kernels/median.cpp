@@ -4,8 +4,13 @@
 // ordered in their turn, two of the nine are known to be beaten by the sixth smallest or to beat it for every one that
 // is not: what is left is min(second high, greatest mid, max(least high, greatest low, second mid)).
 //
+// Four rows of results share more of the work: the three neighbours in each of six rows are sorted once, and the four
+// greatest of two rows serve the result above and the one below. With them as a >= b >= c >= d and the third row
+// sorted, the sixth smallest, which is the fourth greatest, is max(d, min(c, high), min(b, mid), min(a, low)).
+//
 // Majority: a full adder per column of three gives two-bit counts for a whole register of pixels at once; three such
-// counts, shifted to one place, are added and compared with 5 by logic alone.
+// counts, shifted to one place, are added and compared with 5 by logic alone. Four rows of results count along the rows
+// instead, so that each count serves three of them.
 //
 // The last block of a row overlaps the one before it, so that long rows need no loop over single bytes.
 
@@ -23,34 +28,57 @@ namespace lx::LX_LEVEL
 namespace
 {
 
-uint8_t least(uint8_t a, uint8_t b)
+#if defined(LX_LEVEL_v4)
+constexpr size_t laneBytes = 64;
+#elif defined(LX_LEVEL_v3)
+constexpr size_t laneBytes = 32;
+#else
+constexpr size_t laneBytes = 16;
+#endif
+using Bytes = uint8_t __attribute__((vector_size(laneBytes)));
+using Lanes = uint64_t __attribute__((vector_size(laneBytes)));
+
+template <class Register>
+Register load(const uint8_t* bytes)
+{
+    Register own;
+    std::memcpy(&own, bytes, sizeof own);
+    return own;
+}
+
+// On bytes and on registers of them.
+template <class Byte>
+Byte least(Byte a, Byte b)
 {
     return a < b ? a : b;
 }
 
-uint8_t most(uint8_t a, uint8_t b)
+template <class Byte>
+Byte most(Byte a, Byte b)
 {
     return a < b ? b : a;
 }
 
+template <class Byte>
 struct Sorted {
-    uint8_t low;
-    uint8_t mid;
-    uint8_t high;
+    Byte low;
+    Byte mid;
+    Byte high;
 };
 
-Sorted sort3(uint8_t a, uint8_t b, uint8_t c)
+template <class Byte>
+Sorted<Byte> sort3(Byte a, Byte b, Byte c)
 {
-    const uint8_t small = least(a, b);
-    const uint8_t large = most(a, b);
-    const uint8_t rest = least(large, c);
+    const Byte small = least(a, b);
+    const Byte large = most(a, b);
+    const Byte rest = least(large, c);
     return {least(small, rest), most(small, rest), most(large, c)};
 }
 
-uint8_t sixth(const Sorted& left, const Sorted& centre, const Sorted& right)
+uint8_t sixth(const Sorted<uint8_t>& left, const Sorted<uint8_t>& centre, const Sorted<uint8_t>& right)
 {
-    const Sorted high = sort3(left.high, centre.high, right.high);
-    const Sorted mid = sort3(left.mid, centre.mid, right.mid);
+    const Sorted<uint8_t> high = sort3(left.high, centre.high, right.high);
+    const Sorted<uint8_t> mid = sort3(left.mid, centre.mid, right.mid);
     const uint8_t low = most(most(left.low, centre.low), right.low);
     return least(least(high.mid, mid.high), most(most(high.low, low), mid.mid));
 }
@@ -62,9 +90,9 @@ inline void sixthBlock(const uint8_t* LX_RESTRICT upper, const uint8_t* LX_RESTR
                        const uint8_t* LX_RESTRICT lower, uint8_t* LX_RESTRICT destination, size_t n, size_t stride)
 {
     for (size_t k = 0; k < n; ++k) {
-        const Sorted left = sort3((upper - stride)[k], (centre - stride)[k], (lower - stride)[k]);
-        const Sorted here = sort3(upper[k], centre[k], lower[k]);
-        const Sorted right = sort3(upper[k + stride], centre[k + stride], lower[k + stride]);
+        const Sorted<uint8_t> left = sort3((upper - stride)[k], (centre - stride)[k], (lower - stride)[k]);
+        const Sorted<uint8_t> here = sort3(upper[k], centre[k], lower[k]);
+        const Sorted<uint8_t> right = sort3(upper[k + stride], centre[k + stride], lower[k + stride]);
         destination[k] = sixth(left, here, right);
     }
 }
@@ -82,17 +110,68 @@ void sixthOfNine(const uint8_t* upper, const uint8_t* centre, const uint8_t* low
     }
 }
 
+// The four greatest of two rows of three, a the greatest.
+struct FourGreatest {
+    Bytes a;
+    Bytes b;
+    Bytes c;
+    Bytes d;
+
+    FourGreatest(const Sorted<Bytes>& one, const Sorted<Bytes>& other)
+    {
+        const Bytes lesserHigh = least(one.high, other.high);
+        const Bytes greaterLow = most(one.low, other.low);
+        const Bytes second = most(lesserHigh, greaterLow);
+        const Bytes third = least(lesserHigh, greaterLow);
+        const Bytes greaterMid = most(one.mid, other.mid);
+        const Bytes lesserMid = least(one.mid, other.mid);
+        a = most(one.high, other.high);
+        b = most(greaterMid, second);
+        c = least(greaterMid, second);
+        d = most(lesserMid, third);
+    }
+
+    Bytes sixthWith(const Sorted<Bytes>& row) const
+    {
+        return most(most(d, least(c, row.high)), most(least(b, row.mid), least(a, row.low)));
+    }
+};
+
+Sorted<Bytes> sortedAt(const uint8_t* row, size_t stride)
+{
+    return sort3(load<Bytes>(row - stride), load<Bytes>(row), load<Bytes>(row + stride));
+}
+
+void store(const Bytes& bytes, uint8_t* destination)
+{
+    std::memcpy(destination, &bytes, sizeof bytes);
+}
+
+void sixthInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes, size_t stride)
+{
+    if (bytes < laneBytes) {
+        for (unsigned j = 0; j < 4; ++j)
+            sixthOfNine(rows[j], rows[j + 1], rows[j + 2], destinations[j], bytes, stride);
+        return;
+    }
+    const uint8_t* const own[6] = {rows[0], rows[1], rows[2], rows[3], rows[4], rows[5]};
+    uint8_t* const to[4] = {destinations[0], destinations[1], destinations[2], destinations[3]};
+    for (size_t k = 0; k < bytes; k += laneBytes) {
+        const size_t at = k + laneBytes <= bytes ? k : bytes - laneBytes;
+        const Sorted<Bytes> second = sortedAt(own[1] + at, stride);
+        const Sorted<Bytes> third = sortedAt(own[2] + at, stride);
+        const FourGreatest upper(second, third);
+        store(upper.sixthWith(sortedAt(own[0] + at, stride)), to[0] + at);
+        const Sorted<Bytes> fourth = sortedAt(own[3] + at, stride);
+        store(upper.sixthWith(fourth), to[1] + at);
+        const FourGreatest lower(fourth, sortedAt(own[4] + at, stride));
+        store(lower.sixthWith(third), to[2] + at);
+        store(lower.sixthWith(sortedAt(own[5] + at, stride)), to[3] + at);
+    }
+}
+
 // Packed pixels: logic on single bits, on numbers that hold three bytes of a row and on registers.
 using Three = uint32_t;
-
-#if defined(LX_LEVEL_v4)
-constexpr size_t laneBytes = 64;
-#elif defined(LX_LEVEL_v3)
-constexpr size_t laneBytes = 32;
-#else
-constexpr size_t laneBytes = 16;
-#endif
-using Lanes = uint64_t __attribute__((vector_size(laneBytes)));
 
 template <class Bits>
 Bits odd(Bits a, Bits b, Bits c)
@@ -171,16 +250,9 @@ Lanes fill(uint8_t byte)
     return Lanes{} + uint64_t{byte} * 0x0101010101010101U;
 }
 
-Lanes load(const uint8_t* bytes)
-{
-    Lanes lanes;
-    std::memcpy(&lanes, bytes, sizeof lanes);
-    return lanes;
-}
-
 Count<Lanes> countAt(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower)
 {
-    return count(load(upper), load(centre), load(lower));
+    return count(load<Lanes>(upper), load<Lanes>(centre), load<Lanes>(lower));
 }
 
 // Each pixel's left neighbour: from its own byte, or the last pixel of the byte before.
@@ -210,8 +282,16 @@ void majorityOfBlock(const uint8_t* upper, const uint8_t* centre, const uint8_t*
     const Count<Lanes> right = {fromRight<bits>(here.ones, after.ones), fromRight<bits>(here.twos, after.twos)};
     Lanes result = atLeastFive(left, here, right);
     if constexpr (colourless<bits> != 0)
-        result = select(fill(colourless<bits>), load(centre), result);
+        result = select(fill(colourless<bits>), load<Lanes>(centre), result);
     std::memcpy(destination, &result, sizeof result);
+}
+
+// The counts of three neighbours in a row.
+template <unsigned bits>
+Count<Lanes> countAcross(const uint8_t* row)
+{
+    const Lanes here = load<Lanes>(row);
+    return count(fromLeft<bits>(here, load<Lanes>(row - 1)), here, fromRight<bits>(here, load<Lanes>(row + 1)));
 }
 
 Three loadThree(const uint8_t* middle)
@@ -244,8 +324,35 @@ void majority(const uint8_t* LX_RESTRICT upper, const uint8_t* LX_RESTRICT centr
     }
 }
 
+template <unsigned bits>
+void majorityInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes)
+{
+    if (bytes < laneBytes) {
+        for (unsigned j = 0; j < 4; ++j)
+            majority<bits>(rows[j], rows[j + 1], rows[j + 2], destinations[j], bytes);
+        return;
+    }
+    const uint8_t* const own[6] = {rows[0], rows[1], rows[2], rows[3], rows[4], rows[5]};
+    uint8_t* const to[4] = {destinations[0], destinations[1], destinations[2], destinations[3]};
+    for (size_t k = 0; k < bytes; k += laneBytes) {
+        const size_t at = k + laneBytes <= bytes ? k : bytes - laneBytes;
+        Count<Lanes> upper = countAcross<bits>(own[0] + at);
+        Count<Lanes> centre = countAcross<bits>(own[1] + at);
+        for (unsigned j = 0; j < 4; ++j) {
+            const Count<Lanes> lower = countAcross<bits>(own[j + 2] + at);
+            Lanes result = atLeastFive(upper, centre, lower);
+            if constexpr (colourless<bits> != 0)
+                result = select(fill(colourless<bits>), load<Lanes>(own[j + 1] + at), result);
+            std::memcpy(to[j] + at, &result, sizeof result);
+            upper = centre;
+            centre = lower;
+        }
+    }
+}
+
 } // namespace
 
-constexpr MedianKernels medianKernels = {sixthOfNine, majority<1>, majority<4>};
+constexpr MedianKernels medianKernels = {sixthOfNine, sixthInFourRows,       majority<1>,
+                                         majority<4>, majorityInFourRows<1>, majorityInFourRows<4>};
 
 } // namespace lx::LX_LEVEL

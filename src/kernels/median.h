@@ -13,6 +13,9 @@ struct MedianKernels {
     void (*sixthOfNine)(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower, uint8_t* destination,
                         size_t bytes, size_t stride);
 
+    // The same for four rows that follow each other: destinations[j] from rows[j], rows[j + 1] and rows[j + 2].
+    void (*sixthInFourRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes, size_t stride);
+
     // On packed bits: each bit of destination[0] to destination[bytes - 1] = 1 if at least five are set among the bit,
     // its two neighbours, and the same in the other two rows. Reads the bytes -1 and `bytes` of each row.
     void (*majorityOfBits)(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower, uint8_t* destination,
@@ -21,6 +24,10 @@ struct MedianKernels {
     // The same on packed nibbles, for each of their bits 0 to 2; bit 3 is that of `centre`.
     void (*majorityOfNibbles)(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower, uint8_t* destination,
                               size_t bytes);
+
+    // Both for four rows that follow each other, like sixthInFourRows.
+    void (*majorityOfBitsInFourRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes);
+    void (*majorityOfNibblesInFourRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes);
 };
 
 } // namespace lx

@@ -18,6 +18,19 @@ void filterRows(KernelBench& bench, size_t n, size_t beside, Filter filter)
     filter(rows, bench.to(n));
 }
 
+// Six rows likewise, and four places for n bytes.
+template <class Filter>
+void filterFourRows(KernelBench& bench, size_t n, size_t beside, Filter filter)
+{
+    const uint8_t* rows[6];
+    uint8_t* to[4];
+    for (const uint8_t*& row : rows)
+        row = bench.bytes(n + 2 * beside) + beside;
+    for (uint8_t*& destination : to)
+        destination = bench.to(n);
+    filter(rows, to);
+}
+
 } // namespace
 
 const std::vector<KernelCase> medianKernelCases = {
@@ -26,6 +39,13 @@ const std::vector<KernelCase> medianKernelCases = {
          for (const size_t stride : {size_t{1}, size_t{3}})
              filterRows(bench, n, stride, [&](const uint8_t* const* rows, uint8_t* to) {
                  kernels.median->sixthOfNine(rows[0], rows[1], rows[2], to, n, stride);
+             });
+     }},
+    {"sixthInFourRows",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         for (const size_t stride : {size_t{1}, size_t{3}})
+             filterFourRows(bench, n, stride, [&](const uint8_t* const* rows, uint8_t* const* to) {
+                 kernels.median->sixthInFourRows(rows, to, n, stride);
              });
      }},
     {"majorityOfBits",
@@ -38,6 +58,18 @@ const std::vector<KernelCase> medianKernelCases = {
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
          filterRows(bench, n, 1, [&](const uint8_t* const* rows, uint8_t* to) {
              kernels.median->majorityOfNibbles(rows[0], rows[1], rows[2], to, n);
+         });
+     }},
+    {"majorityOfBitsInFourRows",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         filterFourRows(bench, n, 1, [&](const uint8_t* const* rows, uint8_t* const* to) {
+             kernels.median->majorityOfBitsInFourRows(rows, to, n);
+         });
+     }},
+    {"majorityOfNibblesInFourRows",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         filterFourRows(bench, n, 1, [&](const uint8_t* const* rows, uint8_t* const* to) {
+             kernels.median->majorityOfNibblesInFourRows(rows, to, n);
          });
      }},
 };
