@@ -54,6 +54,21 @@ TEST(BilevelSampling, LeavesPixelsThatNoRunReaches)
     }
 }
 
+// Gapless lines are copied many at a time.
+TEST(BilevelSampling, CopiesAnyNumberOfLinesOfTheSameSize)
+{
+    Random random(32);
+    for (const uint32_t height : {31U, 32U, 33U, 64U, 100U}) {
+        const Picture source = Picture::random(random, IMAGE_TYPE_BW, 48, height);
+        EXPECT_TRUE(samePicture(source, scaled(source, blank(48, height), worker(lx::ScaleBilevelBySampling))));
+        const Image from(source);
+        const Image to(blank(48, height));
+        EXPECT_EQ(lx::ScaleBilevelBySampling(&from.area, &to.area, ProgressLog::start()), IMAGE_STATUS_OK);
+        EXPECT_TRUE(samePicture(source, to.picture()));
+        EXPECT_EQ(ProgressLog::calls().back(), (ProgressLog::Calls::value_type{50, 50}));
+    }
+}
+
 TEST(BlackPriority, TakesAnyBlackPixel)
 {
     // 5 lines make two blocks of 2; the last line is in neither.
