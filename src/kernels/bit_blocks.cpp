@@ -14,6 +14,9 @@
 #if defined(LX_LEVEL_v4) || defined(LX_LEVEL_v3)
 #include <immintrin.h>
 #endif
+#if defined(LX_LEVEL_v4)
+#include "kernels/registers_v4.h"
+#endif
 
 namespace lx::LX_LEVEL
 {
@@ -81,7 +84,7 @@ void andRows(const uint8_t* row, ptrdiff_t stride, uint32_t lines, uint8_t* LX_R
 {
 #if defined(LX_LEVEL_v4)
     for (size_t k = 0; k < bytes; k += 64) {
-        const __mmask64 mine = _bzhi_u64(~0ULL, bytes - k < 64 ? static_cast<unsigned>(bytes - k) : 64);
+        const __mmask64 mine = lowest(bytes - k);
         const uint8_t* source = row + k;
         __m512i v = _mm512_maskz_loadu_epi8(mine, source);
         for (uint32_t j = 1; j < lines; ++j) {

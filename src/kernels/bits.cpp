@@ -5,6 +5,10 @@
 
 #include <cstring>
 
+#if defined(LX_LEVEL_v4)
+#include "kernels/registers_v4.h"
+#endif
+
 namespace lx::LX_LEVEL
 {
 
@@ -70,7 +74,7 @@ void shiftBits(const uint8_t* LX_RESTRICT source, unsigned phase, uint8_t* LX_RE
     const __m512i up = _mm512_set1_epi64(static_cast<int64_t>(unit >> 8 * phase));
     const __m512i down = _mm512_set1_epi64(static_cast<int64_t>(unit << 8 * (8 - phase)));
     for (size_t k = 0; k < bytes; k += 64) {
-        const __mmask64 mine = _bzhi_u64(~0ULL, bytes - k < 64 ? static_cast<unsigned>(bytes - k) : 64);
+        const __mmask64 mine = lowest(bytes - k);
         const __m512i first = _mm512_maskz_loadu_epi8(mine, source + k);
         const __m512i second = _mm512_maskz_loadu_epi8(mine, source + k + 1);
         const __m512i shifted = _mm512_or_si512(timesMatrix(first, up), timesMatrix(second, down));

@@ -13,6 +13,7 @@
 
 #if defined(LX_LEVEL_v4)
 #include "kernels/pixels_v4.h"
+#include "kernels/registers_v4.h"
 #endif
 
 namespace lx::LX_LEVEL
@@ -32,16 +33,10 @@ uint8_t preciseOf(const uint8_t* pixel, unsigned red)
 
 #if defined(LX_LEVEL_v4)
 
-// The first n of 64 pixels, as a mask.
-uint64_t firstOf64(size_t n)
-{
-    return _bzhi_u64(~0ULL, static_cast<unsigned>(n));
-}
-
 // 64 pixels, or the first n of them: those that are not there are 0, and are not read.
 __m512i loadPixels(const uint8_t* source, size_t n)
 {
-    return n >= 64 ? _mm512_loadu_si512(source) : _mm512_maskz_loadu_epi8(firstOf64(n), source);
+    return n >= 64 ? _mm512_loadu_si512(source) : _mm512_maskz_loadu_epi8(lowest(n), source);
 }
 
 // The bits of 64 pixels, or of the first n.
@@ -50,7 +45,7 @@ void storeBits(uint8_t* destination, uint64_t bits, size_t n)
     if (n >= 64)
         std::memcpy(destination, &bits, sizeof bits);
     else
-        _mm_mask_storeu_epi8(destination, static_cast<__mmask16>(firstOf64((n + 7) / 8)),
+        _mm_mask_storeu_epi8(destination, static_cast<__mmask16>(lowest((n + 7) / 8)),
                              _mm_cvtsi64_si128(static_cast<int64_t>(bits)));
 }
 
@@ -103,7 +98,7 @@ void storeGray(uint8_t* destination, __m512i gray, size_t n)
     if (n >= 32)
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination), bytes);
     else
-        _mm256_mask_storeu_epi8(destination, static_cast<__mmask32>(firstOf64(n)), bytes);
+        _mm256_mask_storeu_epi8(destination, static_cast<__mmask32>(lowest(n)), bytes);
 }
 
 void weightedGray(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels)

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include <immintrin.h>
@@ -24,10 +25,10 @@ namespace
     return _mm512_maskz_permutexvar_epi8(~__mmask64{0}, offsets, bytes);
 }
 
-// The lowest n of 64 bits, n <= 64.
-[[maybe_unused]] uint64_t lowest(unsigned n)
+// The lowest n of 64 bits as a mask, all of them from 64 on.
+[[maybe_unused]] uint64_t lowest(size_t n)
 {
-    return n >= 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1;
+    return _bzhi_u64(~uint64_t{0}, n < 64 ? static_cast<unsigned>(n) : 64);
 }
 
 } // namespace

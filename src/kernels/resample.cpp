@@ -119,7 +119,7 @@ bool blockMeansWide(const BlockColumns& columns, const BlockRule& rule, uint16_t
     uint32_t anyMark = 0;
     const size_t count = sumBlocksWide(columns, sums);
     for (size_t k = 0; k < count; k += 32) {
-        const auto mine = static_cast<uint32_t>(lowest(static_cast<unsigned>(count - k < 32 ? count - k : 32)));
+        const auto mine = static_cast<uint32_t>(lowest(count - k));
         const uint32_t wide = bits32(columns.wideMeans, k);
         const __m512i sum = _mm512_loadu_si512(sums + k);
         // The truncated reciprocal gives a quotient that is at most 1 short, which the remainder tells.
