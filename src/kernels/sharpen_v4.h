@@ -147,7 +147,7 @@ class RowPart
 void fetchNext(const NeighbourRows& rows, unsigned j, size_t k)
 {
     const uintptr_t address = reinterpret_cast<uintptr_t>(rows.rows[j] + k) + static_cast<uintptr_t>(rows.next);
-    _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T0);
+    __builtin_prefetch(reinterpret_cast<const void*>(address)); // NOLINT(performance-no-int-to-ptr)
 }
 
 // Calls block(k, mask) for 64 bytes of every row from the k-th on.
