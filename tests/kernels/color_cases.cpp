@@ -77,7 +77,8 @@ const std::vector<KernelCase> colorKernelCases = {
      }},
     {"thirds",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         kernels.paletteColor->thirds(bench.bytes(3 * n), bench.to(n), n, bench.random().chance(50));
+         const uint8_t* colors = bench.from<uint8_t>(27, [&] { return bench.random().below(16); });
+         kernels.paletteColor->thirds(bench.bytes(3 * n), bench.to((n + 1) / 2), n, bench.random().chance(50), colors);
      }},
     {"cube",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
