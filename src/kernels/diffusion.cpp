@@ -14,8 +14,8 @@
 // behind the first to find its carry row; for colour, the three channels.
 //
 // All sums are those of the raster scan, in the same order. A pixel outside the line takes part with an error of 0:
-// adding +0 changes no sum of an entry that is ever read. What belongs into the outermost entries, which only collect, is
-// added as lines come to their ends, one after the other.
+// adding +0 changes no sum of an entry that is ever read. What belongs into the outermost entries, which only collect,
+// is added as lines come to their ends, one after the other.
 
 #include "kernels/diffusion_lanes.h"
 #include "kernels/kernel_tables.h"
