@@ -117,9 +117,9 @@ class SmallWindows
 
     uint32_t columns() const { return strip_.columns; }
 
-    // Shades line j: level(plane) is where the first column's level goes.
-    template <class Fetch, class Level>
-    void shade(uint32_t j, Fetch fetch, Level level)
+    // Shades line j into `levels`.
+    template <class Fetch>
+    void shade(uint32_t j, Fetch fetch, uint8_t* levels)
     {
         strip_.moveTo(j, [&](const WindowStrip::Rows& rows) {
             strip_.walkColumns(0, strip_.left, strip_.columns + strip_.size - 1, rows, fetch,
@@ -128,7 +128,6 @@ class SmallWindows
                                });
         });
         setRows(strip_.rowsInWindow(j));
-        uint8_t* levels = level(0);
         const uint32_t whole = strip_.wholeWindows();
         strip_.kernels.shadeSums(counts_, strip_.size, levels_, levels, whole);
         shadeCut(levels, whole, strip_.rowsInWindow(j));
@@ -145,7 +144,7 @@ class SmallWindows
         std::iota(counts, counts + 256, 0U);
         std::fill(scales, scales + 256, strip_.scale(strip_.size, rows));
         const uint32_t possible = strip_.size * rows + 1;
-        strip_.kernels.shade(counts, scales, levels_, 1, possible, strip_.step, strip_.rounding);
+        strip_.kernels.shade(counts, scales, levels_, possible, strip_.step, strip_.rounding);
     }
 
     // The windows from column `first` on, which are cut at the right: fewer than `size`.
@@ -160,7 +159,7 @@ class SmallWindows
             counts[k - first] = sum;
             scales[k - first] = strip_.scale(strip_.columnsInWindow(k), rows);
         }
-        strip_.kernels.shade(counts, scales, levels + first, 1, strip_.columns - first, strip_.step, strip_.rounding);
+        strip_.kernels.shade(counts, scales, levels + first, strip_.columns - first, strip_.step, strip_.rounding);
     }
 
     WindowStrip strip_;
@@ -181,18 +180,23 @@ class LargeWindows
 
     uint32_t columns() const { return strip_.columns; }
 
-    // Shades line j: level(plane) is where the first column's level goes.
-    template <class Fetch, class Level>
-    void shade(uint32_t j, Fetch fetch, Level level)
+    // Shades line j into `levels`, those of all planes by turns.
+    template <class Fetch>
+    void shade(uint32_t j, Fetch fetch, uint8_t* levels)
     {
         strip_.moveTo(j, [&](const WindowStrip::Rows& rows) {
             for (unsigned plane = 0; plane < Planes; ++plane)
                 move(plane, rows, fetch);
         });
         setRows(strip_.rowsInWindow(j));
-        for (unsigned plane = 0; plane < Planes; ++plane)
-            strip_.kernels.shade(counts_[plane], scales_, level(plane), Planes, strip_.columns, strip_.step,
-                                 strip_.rounding);
+        if constexpr (Planes == 1) {
+            shadePlane(0, levels);
+        } else {
+            static_assert(Planes == 3);
+            for (unsigned plane = 0; plane < Planes; ++plane)
+                shadePlane(plane, levels_[plane]);
+            strip_.kernels.join(levels_[0], levels_[1], levels_[2], levels, strip_.columns);
+        }
     }
 
   private:
@@ -232,6 +236,11 @@ class LargeWindows
         std::memset(gains + inside, 0, n - inside);
     }
 
+    void shadePlane(unsigned plane, uint8_t* levels) const
+    {
+        strip_.kernels.shade(counts_[plane], scales_, levels, strip_.columns, strip_.step, strip_.rounding);
+    }
+
     void setRows(uint32_t rows)
     {
         if (rows == rows_)
@@ -246,11 +255,12 @@ class LargeWindows
     alignas(64) uint32_t counts_[Planes][WindowStrip::mostColumns] = {}; // of windows
     alignas(64) float scales_[WindowStrip::mostColumns];
     alignas(64) int8_t gains_[2 * reach];
+    alignas(64) uint8_t levels_[Planes == 1 ? 1 : Planes][WindowStrip::mostColumns];
 };
 
-template <class Windows, class Fetch, class Level>
-void shadeStrips(uint32_t size, const Overlap& overlap, ProgressCallback progress, double rounding, Fetch fetch,
-                 Level level)
+template <class Windows, class Fetch>
+void shadeStrips(uint32_t size, const AreaView& destination, const Overlap& overlap, ProgressCallback progress,
+                 double rounding, Fetch fetch)
 {
     uint32_t left = 0;
     do {
@@ -258,22 +268,22 @@ void shadeStrips(uint32_t size, const Overlap& overlap, ProgressCallback progres
         const bool last = windows.columns() == overlap.width - left;
         walkLines(overlap.height, last ? progress : nullptr, [&](uint32_t j) {
             if (windows.columns() != 0)
-                windows.shade(j, fetch, [&](unsigned plane) { return level(plane, left, j); });
+                windows.shade(j, fetch, destination.at(left, j));
         });
         left += windows.columns();
     } while (left < overlap.width);
 }
 
-// Shades `Planes` bit planes into interleaved bytes. fetch(plane, i, j, n, flags) unpacks the pixels i to i + n - 1 of
-// line j, at most chunkPixels, to 0 and 1; level(plane, i, j) is where the level of pixel i of line j goes.
-template <unsigned Planes, class Fetch, class Level>
-void shadeWindows(uint32_t size, const Overlap& overlap, ProgressCallback progress, double rounding, Fetch fetch,
-                  Level level)
+// Shades `Planes` bit planes into the bytes of the destination's pixels. fetch(plane, i, j, n, flags) unpacks the
+// pixels i to i + n - 1 of line j, at most chunkPixels, to 0 and 1.
+template <unsigned Planes, class Fetch>
+void shadeWindows(uint32_t size, const AreaView& destination, const Overlap& overlap, ProgressCallback progress,
+                  double rounding, Fetch fetch)
 {
     if (Planes == 1 && size <= SmallWindows::mostSize)
-        shadeStrips<SmallWindows>(size, overlap, progress, rounding, fetch, level);
+        shadeStrips<SmallWindows>(size, destination, overlap, progress, rounding, fetch);
     else
-        shadeStrips<LargeWindows<Planes>>(size, overlap, progress, rounding, fetch, level);
+        shadeStrips<LargeWindows<Planes>>(size, destination, overlap, progress, rounding, fetch);
 }
 
 } // namespace lx
