@@ -118,13 +118,18 @@ struct Schedule {
         return place.column > Lanes::count && place.column < blocks - 1 && place.round >= 0 && place.round < rounds;
     }
 
+    // 1 or 0. Nobody could predict branches here and in what follows from it, so there are none.
+    unsigned isInLine(const Place& place) const
+    {
+        return (place.round >= 0) & (place.round < rounds) & (place.column < blocks);
+    }
+
     // The steps at a place that are pixels of a line, the first step highest.
     unsigned pixelsAt(const Place& place) const
     {
-        if (place.round < 0 || place.round >= rounds || place.column >= blocks)
-            return 0;
-        return (place.column == 0 ? 0xFFU >> lines.phase : 0xFFU) &
-               (place.column == blocks - 1 ? 0xFFU << (7 - lastStep) : 0xFFU);
+        const unsigned fromFirst = 0xFFU >> (place.column == 0 ? lines.phase : 0);
+        const unsigned toLast = 0xFFU << (place.column == blocks - 1 ? 7 - lastStep : 0);
+        return isInLine(place) != 0 ? fromFirst & toLast : 0;
     }
 
     DiffusionLines lines;
@@ -157,10 +162,13 @@ class Wave
     void load(const Place& place)
     {
         uint64_t rows[Lanes::count];
-        for (int l = 0; l < Lanes::count; ++l) {
-            if constexpr (Inside)
-                rows[l] = loadBlock({place.round, place.column - l}, l);
-            else
+        if constexpr (Inside) {
+            const uint8_t* const* lines = lines_.source + lineIndex(place, 0);
+            const int64_t first = pixelAt(place.column, 0);
+            for (int l = 0; l < Lanes::count; ++l)
+                rows[l] = loadEight<Stride>(lines[l] + (first - 8 * l) * Stride, channel_);
+        } else {
+            for (int l = 0; l < Lanes::count; ++l)
                 rows[l] = loadSome(schedule_.behind(place, l), l);
         }
         Lanes::transpose(rows, chain.tile);
@@ -235,8 +243,8 @@ class Wave
         }
     }
 
-    // The destination byte of the first pixel of the line that a lane is at.
-    uint8_t* lineOf(const Place& place, int lane) const { return lines_.destination[lineIndex(place, lane)]; }
+    // The destination bytes of the first pixels of the lines of a round.
+    uint8_t* const* linesOf(int64_t round) const { return lines_.destination + lineIndex({round, 0}, 0); }
 
     Chain chain;
 
@@ -254,11 +262,10 @@ class Wave
         inLine_ = atFirst_ = atLast_ = 0;
         for (int l = 0; l < Lanes::count; ++l) {
             const Place own = schedule_.behind(place, l);
-            if (schedule_.pixelsAt(own) == 0 || l < static_cast<int>(firstLane(own)))
-                continue;
-            inLine_ |= 1U << l;
-            atFirst_ |= (own.column == 0 ? 1U : 0U) << l;
-            atLast_ |= (own.column == schedule_.blocks - 1 ? 1U : 0U) << l;
+            const unsigned used = schedule_.isInLine(own) & (l >= static_cast<int>(firstLane(own)));
+            inLine_ |= used << l;
+            atFirst_ |= (used & (own.column == 0)) << l;
+            atLast_ |= (used & (own.column == schedule_.blocks - 1)) << l;
         }
     }
 
@@ -268,21 +275,18 @@ class Wave
                ~(s > schedule_.lastStep ? atLast_ : 0U);
     }
 
-    uint64_t loadBlock(const Place& place, int lane) const
-    {
-        return loadEight<Stride>(lines_.source[lineIndex(place, lane)] + pixelAt(place.column, 0) * Stride, channel_);
-    }
-
     // The bytes of those steps that are pixels.
     uint64_t loadSome(const Place& place, int lane) const
     {
+        static constexpr uint8_t nothing[8 * Stride] = {};
         const unsigned pixels = schedule_.pixelsAt(place);
-        if (pixels == 0xFF)
-            return loadBlock(place, lane);
+        const uint8_t* line = lines_.source[schedule_.isInLine(place) != 0 ? lineIndex(place, lane) : 0];
+        if (pixels == 0xFF || pixels == 0)
+            return loadEight<Stride>(pixels == 0 ? nothing : line + pixelAt(place.column, 0) * Stride, channel_);
         uint8_t eight[8] = {};
-        for (int s = 0; pixels != 0 && s < 8; ++s) {
+        for (int s = 0; s < 8; ++s) {
             if ((pixels << s & 0x80) != 0)
-                eight[s] = lines_.source[lineIndex(place, lane)][entryOf(place.column, s)];
+                eight[s] = line[entryOf(place.column, s)];
         }
         return loadLittle64(eight);
     }
@@ -357,14 +361,16 @@ void diffuseRounds(const Schedule& schedule, Wave<1> (&waves)[Chains])
     run(schedule, waves, chainDelay, [&](const Place(&places)[Chains], bool inside) {
         for (int c = 0; c < Chains; ++c) {
             const uint64_t bytes = bitsByLane(waves[c].chain.on);
+            uint8_t* const* lines = waves[c].linesOf(places[c].round);
             for (int l = 0; l < Lanes::count; ++l) {
                 const auto fresh = static_cast<uint8_t>(bytes >> 8 * l);
-                const Place place =
-                    inside ? Place{places[c].round, places[c].column - l} : schedule.behind(places[c], l);
-                if (inside)
-                    waves[c].lineOf(place, l)[place.column] = fresh;
-                else if (const unsigned owned = schedule.pixelsAt(place); owned != 0)
-                    writeBits(waves[c].lineOf(place, l) + place.column, fresh, owned);
+                if (inside) {
+                    lines[l][places[c].column - l] = fresh;
+                    continue;
+                }
+                const Place place = schedule.behind(places[c], l);
+                if (const unsigned owned = schedule.pixelsAt(place); owned != 0)
+                    writeBits(waves[c].linesOf(place.round)[l] + place.column, fresh, owned);
             }
         }
     });
@@ -414,7 +420,7 @@ void diffuseColor(const DiffusionLines& lines, bool blueFirst)
             if (pixels == 0)
                 continue;
             const uint32_t owned = spreadToNibbles(static_cast<uint8_t>(pixels)) * 15U;
-            uint8_t* bytes = waves[0].lineOf(place, l) + place.column * 4;
+            uint8_t* bytes = waves[0].linesOf(place.round)[l] + place.column * 4;
             for (int k = 0; k < 4; ++k) {
                 const unsigned mask = owned >> (24 - 8 * k) & 0xFF;
                 if (mask != 0)
