@@ -289,7 +289,10 @@ int8_t SynthesizeToBW(const ImageArea& image, const ColorPalette* palette, const
     const Source source(image, palette);
     const AreaView to(destination);
     ToBW convert(source);
-    if (source.area.bits() == 1)
+    const uint8_t* levels = convert.levels().values;
+    if (source.area.bits() == 1 && levels[0] == 0 && levels[1] == 255)
+        copyLines(source.area, to, progress);
+    else if (source.area.bits() == 1)
         pasteBits(source, to, convert.levels(), progress);
     else if (source.area.bits() == 4)
         paste(source, to, convert, progress);
@@ -323,8 +326,7 @@ int8_t SynthesizeTo256Gray(const ImageArea& image, const ColorPalette* palette, 
     if (source.area.bits() == 1)
         mapBits(source.area, to, levels[0], levels[1], progress);
     else if (convert.levels().isIdentity())
-        mapRows(source.area, to, progress,
-                [](const uint8_t* in, uint8_t* out, uint32_t n) { std::memcpy(out, in, n); });
+        copyLines(source.area, to, progress);
     else
         paste(source, to, convert, progress);
     return IMAGE_STATUS_OK;
@@ -377,7 +379,10 @@ int8_t SynthesizeTo16MRGB(const ImageArea& image, const ColorPalette* palette, c
     const Source source(image, palette);
     const AreaView to(destination);
     const To16MRGB convert(source, to);
-    paste(source, to, convert, progress);
+    if (source.fullColor() && !convert.swaps())
+        copyLines(source.area, to, progress);
+    else
+        paste(source, to, convert, progress);
     return IMAGE_STATUS_OK;
 }
 

@@ -46,8 +46,7 @@ int8_t lxImageTypeConvertTo16MRGB(const ColorPalette* palette, const ImageArea* 
         mapRows(from, to, progress,
                 [&](const uint8_t* in, uint8_t* out, uint32_t n) { pixels.colors(in, out, n, table); });
     } else if (source->colorOrder == destination->colorOrder) {
-        mapRows(from, to, progress,
-                [](const uint8_t* in, uint8_t* out, uint32_t n) { std::memcpy(out, in, size_t{n} * 3); });
+        copyLines(from, to, progress);
     } else {
         // Also where two different values name the same order: deliberately.
         mapRows(from, to, progress, pixels.swapEnds);

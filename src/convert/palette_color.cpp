@@ -91,12 +91,9 @@ int8_t lxImageTypeConvertTo16RGB(const ImageArea* source, const ImageArea* desti
     if (!isColorTo(IMAGE_TYPE_16RGB, *source, *destination))
         return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView from(*source);
-    uint8_t table[256] = {};
-    std::memcpy(table, indices16, sizeof indices16);
-    const Kernels& all = kernels();
-    mapRows(from, AreaView(*destination), progress, [&](const uint8_t* in, uint8_t* out, uint32_t n) {
-        all.paletteColor->thirds(in, out, n, from.blueFirst());
-        all.pixels->lookup(out, out, n, table);
+    const PaletteColorKernels& colors = *kernels().paletteColor;
+    mapToPacked(from, AreaView(*destination), progress, [&](const uint8_t* in, uint8_t* out, uint32_t n) {
+        colors.thirds(in, out, n, from.blueFirst(), indices16);
     });
     return IMAGE_STATUS_OK;
 }

@@ -1,4 +1,6 @@
-// Factors of a colour matrix rounded to multiples of 2^-22, so that sums of bytes are whole numbers of 32 bits that
+// Factors as whole numbers, for the sums of bytes that colour matrix and sharpening make.
+//
+// Those of a colour matrix are rounded to multiples of 2^-22, so that sums of bytes are whole numbers of 32 bits that
 // hold the result but for a few pixels.
 //
 // The rule is S = the sum of three products in double precision, its rounding to single precision, and then the whole
@@ -59,6 +61,43 @@ inline MatrixFactors fixedFactors(const SplitFactors<9>& exact) noexcept
             const int32_t whole = (units * v + factors.lift) >> 22;
             factors.isFixed = factors.isFixed && std::clamp(whole, 0, 255) == storedByte(sum);
         }
+    }
+    return factors;
+}
+
+// Factors of sharpening as whole numbers of 16 bits. `reach` bounds the sum of the differences' magnitudes, and is
+// below 2^11.
+//
+// The rule is S = C + a f + b g, rounded to single precision, and then the whole part. If all factors are multiples of
+// 2^-(16 + p), each is (high - low 2^-p) / 2^16 with |low| <= 2^(p - 1), and 2^16 S = H - L 2^-p, H and L being whole
+// numbers of 32 bits. |L| <= reach 2^(p - 1) is exact in single precision for p <= 14, and so is H up to 2^24. Then one
+// rounding of H - L 2^-p gives what the rule does. Where H is beyond, S is above 255 or below 0, rounded or not, for
+// |L 2^-p| <= 2^10. All that holds as well if 3 2^22 is added to L and its 2^-p, of at most 3 2^10, to H.
+template <unsigned n>
+SharpenFactors<n> wordFactors(const SplitFactors<n>& exact, double reach) noexcept
+{
+    constexpr int leastBits = 12;
+    constexpr int mostBits = 14;
+    constexpr double mostFactor = 0.49; // so that high fits
+    SharpenFactors<n> factors = {};
+    factors.exact = exact;
+    int bits = leastBits; // p
+    for (const float f : exact.whole) {
+        if (!(std::fabs(f) <= mostFactor))
+            return factors;
+        while (bits <= mostBits && std::floor(std::ldexp(f, 16 + bits)) != std::ldexp(f, 16 + bits))
+            ++bits;
+    }
+    if (bits > mostBits)
+        return factors;
+    factors.lowUnit = std::ldexp(1.0F, -bits);
+    factors.isNarrow = reach * std::ldexp(0.5, bits) < 0x1p22;
+    factors.isFixed = true;
+    for (unsigned k = 0; k < n; ++k) {
+        const double units = double{exact.whole[k]} * 0x1p16;
+        const double high = std::floor(units + 0.5);
+        factors.high[k] = static_cast<int16_t>(high);
+        factors.low[k] = static_cast<int16_t>((high - units) / factors.lowUnit);
     }
     return factors;
 }

@@ -1,7 +1,7 @@
 // Sharpening (correction of the modulation transfer function): two kernels on 3 x 3 neighbourhoods, each component for
 // itself.
 
-#include "correct/split_factors.h"
+#include "correct/fixed_factors.h"
 #include "frame/window_walk.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace
 
 constexpr uint16_t crossMode = 1;
 
-SplitFactors<4> separatedFactors(const MTFParameters& parameters)
+SharpenFactors<4> separatedFactors(const MTFParameters& parameters)
 {
     float gains[4];
     for (unsigned k = 0; k < 4; ++k)
@@ -23,17 +23,17 @@ SplitFactors<4> separatedFactors(const MTFParameters& parameters)
     constexpr double reach = 2 * 255; // of either difference
     const double across = std::max(std::fabs(gains[0]), std::fabs(gains[2]));
     const double down = std::max(std::fabs(gains[1]), std::fabs(gains[3]));
-    return splitFactors(gains, 255 + reach * across + reach * down, 2 * reach);
+    return wordFactors(splitFactors(gains, 255 + reach * across + reach * down, 2 * reach), 2 * reach);
 }
 
-SplitFactors<3> crossFactors(const MTFParameters& parameters)
+SharpenFactors<3> crossFactors(const MTFParameters& parameters)
 {
     float gains[3];
     for (unsigned k = 0; k < 3; ++k)
         gains[k] = static_cast<float>(parameters.coefficients[k] * 0.0625);
     constexpr double reach = 4 * 255;
     const double diagonal = std::max(std::fabs(gains[1]), std::fabs(gains[2]));
-    return splitFactors(gains, 255 + reach * std::fabs(gains[0]) + reach * diagonal, 2 * reach);
+    return wordFactors(splitFactors(gains, 255 + reach * std::fabs(gains[0]) + reach * diagonal, 2 * reach), 2 * reach);
 }
 
 // Bytes are filtered alike, whatever they stand for: a pixel's neighbours are `bytes` away.
@@ -41,10 +41,15 @@ template <unsigned bytes, class Factors, class Kernel>
 void sharpen(const Factors& factors, Kernel kernel, const ImageArea& source, const ImageArea& destination,
              ProgressCallback progress)
 {
-    mapWindows<bytes>(AreaView(source), AreaView(destination), progress,
-                      [&](const WindowRows& rows, uint8_t* out, uint32_t, uint32_t n) {
-                          kernel(factors, {rows.upper, rows.centre, rows.lower, bytes}, out, size_t{n} * bytes);
-                      });
+    const AreaView from(source);
+    const auto one = [&](const WindowRows& rows, uint8_t* out, uint32_t, uint32_t n) {
+        const uint8_t* three[3] = {rows.upper, rows.centre, rows.lower};
+        kernel(factors, {three, &out, 1, size_t{n} * bytes, bytes, from.lineStep()});
+    };
+    const auto four = [&](const uint8_t* const* rows, uint8_t* const* outs, uint32_t n) {
+        kernel(factors, {rows, outs, 4, size_t{n} * bytes, bytes, 4 * from.lineStep()});
+    };
+    mapWindows<bytes>(from, AreaView(destination), progress, one, four);
 }
 
 bool haveType(uint16_t type, const ImageArea& source, const ImageArea& destination)

@@ -96,6 +96,27 @@ inline void mapBits(const AreaView& source, const AreaView& destination, uint8_t
     });
 }
 
+// Copies pixels to an area of the same pixel size, as they are.
+inline void copyLines(const AreaView& source, const AreaView& destination, ProgressCallback callback)
+{
+    const BitKernels& bits = *kernels().bits;
+    const Overlap overlap(source, destination);
+    const size_t lineBits = size_t{overlap.width} * source.bits();
+    const auto isBlock = [&](const AreaView& area) {
+        return area.phase() == 0 && lineBits % 8 == 0 && area.lineStep() == static_cast<ptrdiff_t>(lineBits / 8);
+    };
+    // Lines without gaps between them are copied some at a time: short ones are not worth a copy each.
+    const uint32_t most = isBlock(source) && isBlock(destination) ? 32 : 1;
+    Progress progress(callback);
+    for (uint32_t j = 0; j < overlap.height;) {
+        const uint32_t n = std::min(most, overlap.height - j);
+        bits.copyBits(source.row(j), source.phase() * source.bits(), destination.row(j),
+                      destination.phase() * destination.bits(), lineBits * n);
+        for (const uint32_t end = j + n; j < end; ++j)
+            progress.lineDone(j, overlap.height);
+    }
+}
+
 // Point operations that leave some pixels as they are, or change what is there: calls `step(source, destination, n)`
 // with the canonical rows of chunks of every line, the destination's holding its pixels, and `endLine()` after every
 // line.

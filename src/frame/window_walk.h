@@ -198,12 +198,22 @@ class WindowWalk
     uint8_t edgeResults_[4][edgePixels * bytes];
 };
 
-// Whole areas, with the common progress rule.
-template <unsigned bytes, class Window>
-void mapWindows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Window window)
+// Whole areas, with the common progress rule: four lines at a time where that can be.
+template <unsigned bytes, class Window, class Four>
+void mapWindows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Window window,
+                Four four)
 {
     WindowWalk<bytes> walk(source, destination);
-    walkLines(walk.height(), callback, [&](uint32_t j) { walk.line(j, window); });
+    Progress progress(callback);
+    for (uint32_t j = 0; j < walk.height();) {
+        const bool hasFour = walk.hasFour(j);
+        if (hasFour)
+            walk.fourLines(j, four);
+        else
+            walk.line(j, window);
+        for (unsigned k = hasFour ? 4 : 1; k != 0; --k)
+            progress.lineDone(j++, walk.height());
+    }
 }
 
 } // namespace lx

@@ -122,12 +122,12 @@ struct Triples192 {
     __m512i at(unsigned part) const { return _mm512_load_si512(byte + 64 * part); }
 };
 
-size_t overlayTriplesWide(const uint8_t* source, uint8_t* row, size_t pixels, const TripleRange& range)
+// At least 64 triples. Blocks may overlap, for what a triple becomes is the same the second time.
+void overlayBlocks(const uint8_t* source, uint8_t* row, size_t pixels, const TripleRange& range)
 {
     const Triples192 low(range.low);
     const Triples192 high(range.high);
-    size_t i = 0;
-    for (; i + 64 <= pixels; i += 64) {
+    walkBlocks(row, pixels, [&](size_t i) {
         __m512i fresh[3];
         TripleBits inside;
         for (unsigned k = 0; k < 3; ++k) {
@@ -140,8 +140,7 @@ size_t overlayTriplesWide(const uint8_t* source, uint8_t* row, size_t pixels, co
             uint8_t* to = row + 3 * i + 64 * k;
             _mm512_storeu_si512(to, _mm512_mask_mov_epi8(fresh[k], kept.part[k], _mm512_loadu_si512(to)));
         }
-    }
-    return i;
+    });
 }
 
 #endif
@@ -149,12 +148,14 @@ size_t overlayTriplesWide(const uint8_t* source, uint8_t* row, size_t pixels, co
 void overlayTriples(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT row, size_t pixels,
                     const TripleRange& range)
 {
-    size_t i = 0;
 #if defined(LX_LEVEL_v4)
-    i = overlayTriplesWide(source, row, pixels, range);
+    if (pixels >= 64) {
+        overlayBlocks(source, row, pixels, range);
+        return;
+    }
 #endif
     const TripleRange own = range;
-    for (; i < pixels; ++i) {
+    for (size_t i = 0; i < pixels; ++i) {
         const auto mask = static_cast<uint8_t>(0U - isOutside(source + 3 * i, own));
         for (unsigned c = 0; c < 3; ++c) {
             const uint8_t old = row[3 * i + c];
@@ -166,18 +167,27 @@ void overlayTriples(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT row,
 void overlayLookup(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT row, size_t pixels,
                    const uint8_t* LX_RESTRICT values, const uint8_t* LX_RESTRICT flags)
 {
-    size_t i = 0;
 #if defined(LX_LEVEL_v4)
-    const LookupTable fresh(values);
-    const LookupTable opaque(flags);
-    for (; i + 64 <= pixels; i += 64) {
-        const __m512i index = _mm512_loadu_si512(source + i);
-        const __m512i flag = opaque.look(index);
-        const __m512i old = _mm512_loadu_si512(row + i);
-        _mm512_storeu_si512(row + i, _mm512_mask_mov_epi8(old, _mm512_test_epi8_mask(flag, flag), fresh.look(index)));
+    if (pixels >= 64) {
+        const LookupTable fresh(values);
+        const LookupTable opaque(flags);
+        const auto block = [&](size_t i) {
+            const __m512i index = _mm512_loadu_si512(source + i);
+            const __m512i flag = opaque.look(index);
+            const __m512i old = _mm512_loadu_si512(row + i);
+            _mm512_storeu_si512(row + i,
+                                _mm512_mask_mov_epi8(old, _mm512_test_epi8_mask(flag, flag), fresh.look(index)));
+        };
+        // Blocks may overlap, for what a pixel becomes is the same the second time. Those between the first and the
+        // last fill whole lines of the cache.
+        block(0);
+        for (size_t i = 64 - reinterpret_cast<uintptr_t>(row) % 64; i + 64 <= pixels; i += 64)
+            block(i);
+        block(pixels - 64);
+        return;
     }
 #endif
-    for (; i < pixels; ++i)
+    for (size_t i = 0; i < pixels; ++i)
         row[i] = flags[source[i]] != 0 ? values[source[i]] : row[i];
 }
 

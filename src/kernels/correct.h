@@ -33,12 +33,27 @@ struct MatrixFactors {
     bool isFixed;
 };
 
-// A row and its neighbours, at the first of the bytes in work. `step` bytes on either side can be read in each.
+// The factors of sharpening. If isFixed, factor k is exactly (high[k] - low[k] lowUnit) / 2^16, and if isNarrow, sums
+// of low parts are within 2^22: see correct/fixed_factors.h.
+template <unsigned n>
+struct SharpenFactors {
+    SplitFactors<n> exact;
+    int16_t high[n];
+    int16_t low[n];
+    float lowUnit;
+    bool isNarrow;
+    bool isFixed;
+};
+
+// Lines that follow each other, with a row more above and below, and a place for the result of each line. In every row,
+// `step` bytes on either side can be read, too.
 struct NeighbourRows {
-    const uint8_t* upper;
-    const uint8_t* centre;
-    const uint8_t* lower;
-    size_t step; // distance of horizontal neighbours: the size of a pixel
+    const uint8_t* const* rows;
+    uint8_t* const* destinations;
+    unsigned lines; // one row for each, and two
+    size_t bytes;   // of a line
+    size_t step;    // distance of horizontal neighbours: the size of a pixel
+    ptrdiff_t next; // to a row as many lines on, which may soon be read and so is worth fetching
 };
 
 struct CorrectKernels {
@@ -46,14 +61,13 @@ struct CorrectKernels {
     // 2 if blueFirst.
     void (*matrix)(const MatrixFactors& factors, uint8_t* row, size_t pixels, bool blueFirst);
 
-    // With C the byte itself, h = 2 C - (left + right), v = 2 C - (upper + lower): destination[k] =
+    // With C the byte itself, h = 2 C - (left + right), v = 2 C - (upper + lower): the result is
     // C + h (h >= 0 ? k0 : k2) + v (v >= 0 ? k1 : k3), saturated and truncated.
-    void (*sharpenSeparated)(const SplitFactors<4>& factors, const NeighbourRows& rows, uint8_t* destination,
-                             size_t bytes);
+    void (*sharpenSeparated)(const SharpenFactors<4>& factors, const NeighbourRows& rows);
 
-    // With s the sum of the four direct neighbours less 4 C, and d = 4 C less the sum of the four diagonal ones:
-    // destination[k] = C + s k0 + d (d >= 0 ? k1 : k2), saturated and truncated.
-    void (*sharpenCross)(const SplitFactors<3>& factors, const NeighbourRows& rows, uint8_t* destination, size_t bytes);
+    // With s the sum of the four direct neighbours less 4 C, and d = 4 C less the sum of the four diagonal ones: the
+    // result is C + s k0 + d (d >= 0 ? k1 : k2), saturated and truncated.
+    void (*sharpenCross)(const SharpenFactors<3>& factors, const NeighbourRows& rows);
 };
 
 } // namespace lx

@@ -1,4 +1,4 @@
-// Full colour to palette indices, pixel by pixel.
+// Full colour to palette indices.
 
 #pragma once
 
@@ -17,8 +17,9 @@ struct PaletteColorKernels {
     void (*primariesPattern)(const uint8_t* source, const uint8_t* pattern, size_t period, size_t phase,
                              uint8_t* destination, size_t pixels, bool blueFirst);
 
-    // destination[i] = 9 b + 3 g + r, each level being floor(component / 86).
-    void (*thirds)(const uint8_t* source, uint8_t* destination, size_t pixels, bool blueFirst);
+    // Nibble i of the destination, the high one of a byte first, = colors[9 b + 3 g + r], each level being
+    // floor(component / 86) and all 27 colours below 16. A last nibble without a pixel is overwritten.
+    void (*thirds)(const uint8_t* source, uint8_t* destination, size_t pixels, bool blueFirst, const uint8_t* colors);
 
     // destination[i] = 36 b + 6 g + r, each level being floor(component / 43).
     void (*cube)(const uint8_t* source, uint8_t* destination, size_t pixels, bool blueFirst);

@@ -51,10 +51,18 @@ ColorPalette paletteWith(const Color& most, std::initializer_list<std::pair<unsi
 
 const ColorPalette noPalette = {};
 
-TEST(Synthesis, CopiesGrayLevels)
+// Lines without gaps are copied many at a time.
+TEST(Synthesis, CopiesWhatIsOfTheSameFormat)
 {
-    EXPECT_TRUE(
-        samePicture(ramp(), pasted(ramp(), paletteOf(IMAGE_TYPE_256GRAY), blank(ramp(), IMAGE_TYPE_256GRAY, 99))));
+    Random random(61);
+    for (const uint16_t type : {IMAGE_TYPE_BW, IMAGE_TYPE_256GRAY, IMAGE_TYPE_16MRGB}) {
+        for (const uint32_t height : {1U, 31U, 33U, 64U, 100U}) {
+            for (const uint32_t width : {16U, 19U, 200U}) {
+                const Picture source = Picture::random(random, type, width, height);
+                EXPECT_TRUE(samePicture(source, pasted(source, paletteOf(type), blank(source, type, 1))));
+            }
+        }
+    }
 }
 
 TEST(Synthesis, TakesThirdsOfAllColorsForGray)

@@ -20,7 +20,8 @@ const std::vector<KernelCase> bitKernelCases = {
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
          const unsigned from = bench.random().below(8);
          const unsigned to = bench.random().below(8);
-         const size_t bits = n == 0 ? 0 : 8 * n - bench.random().below(8);
+         const size_t most = bench.random().chance(20) ? 64 * n : 8 * n;
+         const size_t bits = n == 0 ? 0 : most - bench.random().below(8);
          const auto bytes = [&](unsigned phase) { return bits == 0 ? 0 : (phase + bits + 7) / 8; };
          kernels.bits->copyBits(bench.bytes(bytes(from)), from, bench.to(bytes(to)), to, bits);
      }},

@@ -29,24 +29,31 @@ lx::TripleRange randomRange(Random& random)
     return range;
 }
 
-// Split or not, in turn with the seed.
+// Split or not, fixed or not, narrow or wide, as the seed has it.
 template <unsigned n>
 lx::SplitFactors<n> randomFactors(Random& random, double reach)
 {
+    constexpr float scales[] = {1.0F, 0.4F, 0.05F, 1e-4F};
     float factors[n];
-    const float scale = random.chance(60) ? 1.0F : 1e-4F;
+    const float scale = random.pick(scales);
     for (float& factor : factors)
         factor = static_cast<float>((random.unit() - 0.4) * 2) * scale;
     return lx::splitFactors(factors, 1.5 * n * reach, reach);
 }
 
-lx::NeighbourRows randomRows(KernelBench& bench, size_t n)
+// One line or more with their neighbours.
+template <class Sharpen>
+void sharpenRows(KernelBench& bench, size_t n, Sharpen sharpen)
 {
+    const unsigned lines = bench.random().between(1, 4);
     const size_t step = bench.random().chance(50) ? 1 : 3;
-    const auto row = [&] { return bench.bytes(n + 2 * step) + step; };
-    const uint8_t* upper = row();
-    const uint8_t* centre = row();
-    return {upper, centre, row(), step};
+    const uint8_t* rows[6];
+    uint8_t* to[4];
+    for (unsigned k = 0; k < lines + 2; ++k)
+        rows[k] = bench.bytes(n + 2 * step) + step;
+    for (unsigned k = 0; k < lines; ++k)
+        to[k] = bench.to(n);
+    sharpen({rows, to, lines, n, step, 1 << 20});
 }
 
 } // namespace
@@ -70,7 +77,8 @@ const std::vector<KernelCase> colorKernelCases = {
      }},
     {"thirds",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         kernels.paletteColor->thirds(bench.bytes(3 * n), bench.to(n), n, bench.random().chance(50));
+         const uint8_t* colors = bench.from<uint8_t>(27, [&] { return bench.random().below(16); });
+         kernels.paletteColor->thirds(bench.bytes(3 * n), bench.to((n + 1) / 2), n, bench.random().chance(50), colors);
      }},
     {"cube",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
@@ -114,13 +122,14 @@ const std::vector<KernelCase> colorKernelCases = {
      }},
     {"sharpenSeparated",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         const lx::SplitFactors<4> factors = randomFactors<4>(bench.random(), 1020);
-         kernels.correct->sharpenSeparated(factors, randomRows(bench, n), bench.to(n), n);
+         const auto factors = lx::wordFactors(randomFactors<4>(bench.random(), 1020), 1020);
+         sharpenRows(bench, n,
+                     [&](const lx::NeighbourRows& rows) { kernels.correct->sharpenSeparated(factors, rows); });
      }},
     {"sharpenCross",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         const lx::SplitFactors<3> factors = randomFactors<3>(bench.random(), 2040);
-         kernels.correct->sharpenCross(factors, randomRows(bench, n), bench.to(n), n);
+         const auto factors = lx::wordFactors(randomFactors<3>(bench.random(), 2040), 2040);
+         sharpenRows(bench, n, [&](const lx::NeighbourRows& rows) { kernels.correct->sharpenCross(factors, rows); });
      }},
 };
 
