@@ -381,26 +381,34 @@ struct Spread {
 };
 
 template <unsigned Times>
+constexpr Spread<Times> spread;
+
+// Register t of what 64 bytes become.
+template <unsigned Times>
+__m512i spreadPart(__m512i in, unsigned t)
+{
+    const __m512i each = permuteBytes(_mm512_load_si512(spread<Times>.order[t]), in);
+    __m512i out = _mm512_setzero_si512();
+    for (unsigned r = 0; r < Times; ++r) {
+        const __m512i matrix = _mm512_set1_epi64(static_cast<int64_t>(spread<Times>.matrix[r]));
+        out = _mm512_mask_mov_epi8(out, spread<Times>.own[t][r], timesMatrix(each, matrix));
+    }
+    return out;
+}
+
+template <unsigned Times>
 void repeatWide(const uint8_t* source, size_t bytes, uint8_t* destination)
 {
-    static constexpr Spread<Times> spread;
-    for (; bytes != 0;) {
-        const size_t n = bytes < 64 ? bytes : 64;
-        const __m512i in = _mm512_maskz_loadu_epi8(~0ULL >> (64 - n), source);
-        for (unsigned t = 0; t < Times && 64 * t < n * Times; ++t) {
-            const __m512i each = _mm512_permutexvar_epi8(_mm512_load_si512(spread.order[t]), in);
-            __m512i out = _mm512_setzero_si512();
-            for (unsigned r = 0; r < Times; ++r) {
-                const __m512i matrix = _mm512_set1_epi64(static_cast<int64_t>(spread.matrix[r]));
-                out = _mm512_mask_mov_epi8(out, spread.own[t][r], timesMatrix(each, matrix));
-            }
-            const size_t left = n * Times - 64 * t;
-            _mm512_mask_storeu_epi8(destination + 64 * t, ~0ULL >> (left < 64 ? 64 - left : 0), out);
-        }
-        source += n;
-        destination += n * Times;
-        bytes -= n;
+    for (; bytes >= 64; bytes -= 64) {
+        const __m512i in = _mm512_loadu_si512(source);
+        for (unsigned t = 0; t < Times; ++t)
+            _mm512_storeu_si512(destination + 64 * t, spreadPart<Times>(in, t));
+        source += 64;
+        destination += 64 * Times;
     }
+    const __m512i in = _mm512_maskz_loadu_epi8(lowest(bytes), source);
+    for (unsigned t = 0; 64 * t < bytes * Times; ++t)
+        _mm512_mask_storeu_epi8(destination + 64 * t, lowest(bytes * Times - 64 * t), spreadPart<Times>(in, t));
 }
 
 #endif

@@ -88,6 +88,20 @@ void shiftBits(const uint8_t* LX_RESTRICT source, unsigned phase, uint8_t* LX_RE
 #endif
 }
 
+// Lines are short, and may have been written just now: a call of the library's copy costs more than the bytes.
+void copyBytes(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t bytes)
+{
+#if defined(LX_LEVEL_v4)
+    size_t k = 0;
+    for (; k + 64 <= bytes; k += 64)
+        _mm512_storeu_si512(destination + k, _mm512_loadu_si512(source + k));
+    if (const __mmask64 rest = lowest(bytes - k); rest != 0)
+        _mm512_mask_storeu_epi8(destination + k, rest, _mm512_maskz_loadu_epi8(rest, source + k));
+#else
+    std::memcpy(destination, source, bytes);
+#endif
+}
+
 void copyBits(const uint8_t* LX_RESTRICT source, unsigned sourcePhase, uint8_t* LX_RESTRICT destination,
               unsigned destinationPhase, size_t bits)
 {
@@ -103,7 +117,7 @@ void copyBits(const uint8_t* LX_RESTRICT source, unsigned sourcePhase, uint8_t* 
     }
     const size_t bytes = bits / 8;
     if (sourcePhase == 0) {
-        std::memcpy(destination, source, bytes);
+        copyBytes(source, destination, bytes);
     } else {
         shiftBits(source, sourcePhase, destination, bytes);
     }
