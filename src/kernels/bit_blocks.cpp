@@ -356,87 +356,10 @@ void pick(const BitBlockTable& table, const uint8_t* row, uint8_t* LX_RESTRICT d
     }
 }
 
-#if defined(LX_LEVEL_v4)
-
-// Each byte becomes `Times` bytes. All 64 bytes of a register take part in one bit matrix product for each of those
-// bytes, whose matrices spread the bits that it is made of; then every byte takes the product that is its own.
-template <unsigned Times>
-struct Spread {
-    uint64_t matrix[Times] = {};               // row p of matrix r has the bit that becomes bit p of byte r
-    uint64_t own[Times][Times] = {};           // in register t, the bytes that are byte r of their source byte
-    alignas(64) uint8_t order[Times][64] = {}; // in register t, the source byte of every byte
-
-    constexpr Spread()
-    {
-        for (unsigned r = 0; r < Times; ++r)
-            for (unsigned p = 0; p < 8; ++p)
-                matrix[r] |= uint64_t{0x80U >> (8 * r + p) / Times} << 8 * p;
-        for (unsigned t = 0; t < Times; ++t) {
-            for (unsigned k = 0; k < 64; ++k) {
-                order[t][k] = static_cast<uint8_t>((64 * t + k) / Times);
-                own[t][(64 * t + k) % Times] |= uint64_t{1} << k;
-            }
-        }
-    }
-};
-
-template <unsigned Times>
-constexpr Spread<Times> spread;
-
-// Register t of what 64 bytes become.
-template <unsigned Times>
-__m512i spreadPart(__m512i in, unsigned t)
-{
-    const __m512i each = permuteBytes(_mm512_load_si512(spread<Times>.order[t]), in);
-    __m512i out = _mm512_setzero_si512();
-    for (unsigned r = 0; r < Times; ++r) {
-        const __m512i matrix = _mm512_set1_epi64(static_cast<int64_t>(spread<Times>.matrix[r]));
-        out = _mm512_mask_mov_epi8(out, spread<Times>.own[t][r], timesMatrix(each, matrix));
-    }
-    return out;
-}
-
-template <unsigned Times>
-void repeatWide(const uint8_t* source, size_t bytes, uint8_t* destination)
-{
-    for (; bytes >= 64; bytes -= 64) {
-        const __m512i in = _mm512_loadu_si512(source);
-        for (unsigned t = 0; t < Times; ++t)
-            _mm512_storeu_si512(destination + 64 * t, spreadPart<Times>(in, t));
-        source += 64;
-        destination += 64 * Times;
-    }
-    const __m512i in = _mm512_maskz_loadu_epi8(lowest(bytes), source);
-    for (unsigned t = 0; 64 * t < bytes * Times; ++t)
-        _mm512_mask_storeu_epi8(destination + 64 * t, lowest(bytes * Times - 64 * t), spreadPart<Times>(in, t));
-}
-
-#endif
-
-void repeat(const uint8_t* LX_RESTRICT source, size_t bytes, unsigned times, uint8_t* LX_RESTRICT destination)
-{
-#if defined(LX_LEVEL_v4)
-    if (times == 2)
-        return repeatWide<2>(source, bytes, destination);
-    if (times == 3)
-        return repeatWide<3>(source, bytes, destination);
-    if (times == 4)
-        return repeatWide<4>(source, bytes, destination);
-#endif
-    const unsigned ones = (1U << times) - 1;
-    for (size_t k = 0; k < bytes; ++k) {
-        uint64_t spread = 0;
-        for (unsigned b = 0; b < 8; ++b)
-            spread = spread << times | ((source[k] >> (7 - b) & 1) != 0 ? ones : 0U);
-        for (unsigned t = 0; t < times; ++t)
-            destination[k * times + t] = static_cast<uint8_t>(spread >> 8 * (times - 1 - t));
-    }
-}
-
 } // namespace
 
 constexpr BitBlockKernels bitBlockKernels = {
-    arrangeBlocks, countInBytes, flag, count, arrangePicks, pick, repeat, andRows,
+    arrangeBlocks, countInBytes, flag, count, arrangePicks, pick, andRows,
 };
 
 } // namespace lx::LX_LEVEL

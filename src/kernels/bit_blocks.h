@@ -58,9 +58,6 @@ struct BitBlockKernels {
     // Bit i of destination = the bit at start i; what is left of the last byte is written as well.
     void (*pick)(const BitBlockTable& table, const uint8_t* row, uint8_t* destination);
 
-    // Bit i of destination = bit i / times of source, for bytes * times bytes of destination; times is 2 to 8.
-    void (*repeat)(const uint8_t* source, size_t bytes, unsigned times, uint8_t* destination);
-
     // destination[k] = the AND of byte k of `lines` rows, `stride` bytes apart.
     void (*andRows)(const uint8_t* row, ptrdiff_t stride, uint32_t lines, uint8_t* destination, size_t bytes);
 };
