@@ -5,6 +5,7 @@
 // from its first bit on, as a number whose top bit comes first, and from there a shift of its own brings every block to
 // the top of a byte, or a bit gather every picked bit to its place in a mask. 64 blocks no more than seven bits apart
 // lie in at most 57 bytes, and eight of them in 64 bits whatever bit the first one starts at.
+// Picks that skip no bit go 512 at once, in a form of their own.
 
 #include "kernels/bit_words.h"
 #include "kernels/kernel_tables.h"
@@ -15,6 +16,7 @@
 #include <immintrin.h>
 #endif
 #if defined(LX_LEVEL_v4)
+#include "kernels/bit_stretch_v4.h"
 #include "kernels/registers_v4.h"
 #endif
 
@@ -164,7 +166,11 @@ void arrangeBlocks(BitBlockTable& table)
 
 void arrangePicks(BitBlockTable& table)
 {
-    arrange<ForPicks>(table, 1);
+    table.stretched = canStretch(table);
+    if (!table.stretched)
+        return arrange<ForPicks>(table, 1);
+    for (uint32_t first = 0; first < table.count; first += Stretch::picks)
+        makeStretch(table, first);
 }
 
 // The bytes of 64 blocks, each group of eight from its first bit on.
@@ -341,10 +347,10 @@ void flag(const BitBlockTable& table, const uint8_t* row, ptrdiff_t stride, uint
 void pick(const BitBlockTable& table, const uint8_t* row, uint8_t* LX_RESTRICT destination)
 {
 #if defined(LX_LEVEL_v4)
-    if (table.gathered) {
-        pickGathered(table, row, destination);
-        return;
-    }
+    if (table.stretched)
+        return pickStretched(table, row, destination);
+    if (table.gathered)
+        return pickGathered(table, row, destination);
 #endif
     for (uint32_t first = 0; first < table.count; first += 8) {
         unsigned bits = 0;

@@ -22,7 +22,8 @@ struct BitBlockTable {
     unsigned phase;      // added to every start: 0 to 7
     uint32_t bytes;      // of a row, up to the last one that holds a bit of a block
     bool gathered;       // `starts` are in the form of the level
-    // Both are in memory aligned to 64 bytes, and padded to a multiple of 64 entries.
+    bool stretched;      // or in another, for picks alone
+    // Both are in memory aligned to 64 bytes, and padded to a multiple of 64 entries, of picks 512.
     uint8_t* bias;    // 0 or longBias
     uint32_t* starts; // rising, less `phase`; the level's places once the table is gathered
 };

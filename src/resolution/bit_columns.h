@@ -14,7 +14,7 @@ namespace lx
 // Room for the tables of plans.
 template <uint32_t Columns>
 struct BitColumnMemory {
-    static_assert(Columns % 64 == 0);
+    static_assert(Columns % 512 == 0);
     alignas(64) uint8_t bias[Columns];
     alignas(64) uint32_t starts[Columns];
 };
@@ -73,6 +73,7 @@ class BitColumns
     {
         table_.length = walker.shortest();
         table_.gathered = false;
+        table_.stretched = false;
         narrow_ = walker.longest() <= BitBlockTable::gatherLimit &&
                   uint64_t{walker.longest()} * lines_ <= BitBlockTable::most;
         Span last = {0, 0};

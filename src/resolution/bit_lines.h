@@ -148,7 +148,8 @@ class PickedLine
             return destination_.width();
         }
         const uint32_t reached = make(run.start, line);
-        replicateLines(destination_)(run, reached);
+        for (uint32_t t = 1; t < run.length; ++t)
+            replicateLine(destination_, reached, run.start, run.start + t, kernels_);
         return reached;
     }
 

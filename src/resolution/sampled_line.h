@@ -28,10 +28,13 @@ class SampledLine
                          destination_.lineStep(), run.length);
             return;
         }
-        for (uint32_t t = 0; t < (Packed ? 1 : run.length); ++t)
-            make(run.start + t, line, line);
-        if (Packed)
-            replicateLines(destination_)(run, reached_);
+        make(run.start, line, line);
+        for (uint32_t t = 1; t < run.length; ++t) {
+            if (Packed)
+                replicateLine(destination_, reached_, run.start, run.start + t, bits_);
+            else
+                make(run.start + t, line, line);
+        }
     }
 
     // `next` is the source line of the line to be made after this one.

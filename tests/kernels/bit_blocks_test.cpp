@@ -17,8 +17,8 @@ namespace
 
 // Blocks in `lines` rows of noise.
 struct Sample {
-    alignas(64) uint8_t bias[512] = {};
-    alignas(64) uint32_t starts[512] = {};
+    alignas(64) uint8_t bias[2048] = {};
+    alignas(64) uint32_t starts[2048] = {};
     lx::BitBlockTable table = {};
     uint32_t lines;
     GuardedArray<uint8_t> rows;
@@ -29,7 +29,7 @@ struct Sample {
     {
         table.bias = bias;
         table.starts = starts;
-        table.count = random.between(1, 512);
+        table.count = random.between(1, repeats ? 2048 : 512);
         table.length = repeats ? 1 : shortest;
         table.phase = random.below(8);
         uint32_t start = 0;
