@@ -43,7 +43,7 @@ class SampledLine
         if (Packed && times_ != 0)
             return makeRun({j, 1}, line);
         if (!Packed && times_ == 2) {
-            kernels_.repeatTwice(source_.row(line), destination_.row(j), size_t{source_.width()} * Channels, Channels);
+            enlarge_.repeatTwice(source_.row(line), destination_.row(j), size_t{source_.width()} * Channels, Channels);
             return;
         }
         const ptrdiff_t ahead = next - line > 1 && next < source_.height() ? source_.row(next) - source_.row(line) : 0;
@@ -108,7 +108,7 @@ class SampledLine
 
     const PickKernels& picks_ = *kernels().pick;
     const BitKernels& bits_ = *kernels().bits;
-    const ResampleKernels& kernels_ = *kernels().resample;
+    const EnlargeKernels& enlarge_ = *kernels().enlarge;
     const AreaView source_;
     const AreaView destination_;
     const uint32_t times_;
