@@ -5,6 +5,7 @@
 // from its first bit on, as a number whose top bit comes first, and from there a shift of its own brings every block to
 // the top of a byte, or a bit gather every picked bit to its place in a mask. 64 blocks no more than seven bits apart
 // lie in at most 57 bytes, and eight of them in 64 bits whatever bit the first one starts at.
+// Picks that skip no bit go 512 at once, in a form of their own.
 
 #include "kernels/bit_words.h"
 #include "kernels/kernel_tables.h"
@@ -15,6 +16,7 @@
 #include <immintrin.h>
 #endif
 #if defined(LX_LEVEL_v4)
+#include "kernels/bit_stretch_v4.h"
 #include "kernels/registers_v4.h"
 #endif
 
@@ -164,7 +166,11 @@ void arrangeBlocks(BitBlockTable& table)
 
 void arrangePicks(BitBlockTable& table)
 {
-    arrange<ForPicks>(table, 1);
+    table.stretched = canStretch(table);
+    if (!table.stretched)
+        return arrange<ForPicks>(table, 1);
+    for (uint32_t first = 0; first < table.count; first += Stretch::picks)
+        makeStretch(table, first);
 }
 
 // The bytes of 64 blocks, each group of eight from its first bit on.
@@ -341,10 +347,10 @@ void flag(const BitBlockTable& table, const uint8_t* row, ptrdiff_t stride, uint
 void pick(const BitBlockTable& table, const uint8_t* row, uint8_t* LX_RESTRICT destination)
 {
 #if defined(LX_LEVEL_v4)
-    if (table.gathered) {
-        pickGathered(table, row, destination);
-        return;
-    }
+    if (table.stretched)
+        return pickStretched(table, row, destination);
+    if (table.gathered)
+        return pickGathered(table, row, destination);
 #endif
     for (uint32_t first = 0; first < table.count; first += 8) {
         unsigned bits = 0;
@@ -356,79 +362,10 @@ void pick(const BitBlockTable& table, const uint8_t* row, uint8_t* LX_RESTRICT d
     }
 }
 
-#if defined(LX_LEVEL_v4)
-
-// Each byte becomes `Times` bytes. All 64 bytes of a register take part in one bit matrix product for each of those
-// bytes, whose matrices spread the bits that it is made of; then every byte takes the product that is its own.
-template <unsigned Times>
-struct Spread {
-    uint64_t matrix[Times] = {};               // row p of matrix r has the bit that becomes bit p of byte r
-    uint64_t own[Times][Times] = {};           // in register t, the bytes that are byte r of their source byte
-    alignas(64) uint8_t order[Times][64] = {}; // in register t, the source byte of every byte
-
-    constexpr Spread()
-    {
-        for (unsigned r = 0; r < Times; ++r)
-            for (unsigned p = 0; p < 8; ++p)
-                matrix[r] |= uint64_t{0x80U >> (8 * r + p) / Times} << 8 * p;
-        for (unsigned t = 0; t < Times; ++t) {
-            for (unsigned k = 0; k < 64; ++k) {
-                order[t][k] = static_cast<uint8_t>((64 * t + k) / Times);
-                own[t][(64 * t + k) % Times] |= uint64_t{1} << k;
-            }
-        }
-    }
-};
-
-template <unsigned Times>
-void repeatWide(const uint8_t* source, size_t bytes, uint8_t* destination)
-{
-    static constexpr Spread<Times> spread;
-    for (; bytes != 0;) {
-        const size_t n = bytes < 64 ? bytes : 64;
-        const __m512i in = _mm512_maskz_loadu_epi8(~0ULL >> (64 - n), source);
-        for (unsigned t = 0; t < Times && 64 * t < n * Times; ++t) {
-            const __m512i each = _mm512_permutexvar_epi8(_mm512_load_si512(spread.order[t]), in);
-            __m512i out = _mm512_setzero_si512();
-            for (unsigned r = 0; r < Times; ++r) {
-                const __m512i matrix = _mm512_set1_epi64(static_cast<int64_t>(spread.matrix[r]));
-                out = _mm512_mask_mov_epi8(out, spread.own[t][r], timesMatrix(each, matrix));
-            }
-            const size_t left = n * Times - 64 * t;
-            _mm512_mask_storeu_epi8(destination + 64 * t, ~0ULL >> (left < 64 ? 64 - left : 0), out);
-        }
-        source += n;
-        destination += n * Times;
-        bytes -= n;
-    }
-}
-
-#endif
-
-void repeat(const uint8_t* LX_RESTRICT source, size_t bytes, unsigned times, uint8_t* LX_RESTRICT destination)
-{
-#if defined(LX_LEVEL_v4)
-    if (times == 2)
-        return repeatWide<2>(source, bytes, destination);
-    if (times == 3)
-        return repeatWide<3>(source, bytes, destination);
-    if (times == 4)
-        return repeatWide<4>(source, bytes, destination);
-#endif
-    const unsigned ones = (1U << times) - 1;
-    for (size_t k = 0; k < bytes; ++k) {
-        uint64_t spread = 0;
-        for (unsigned b = 0; b < 8; ++b)
-            spread = spread << times | ((source[k] >> (7 - b) & 1) != 0 ? ones : 0U);
-        for (unsigned t = 0; t < times; ++t)
-            destination[k * times + t] = static_cast<uint8_t>(spread >> 8 * (times - 1 - t));
-    }
-}
-
 } // namespace
 
 constexpr BitBlockKernels bitBlockKernels = {
-    arrangeBlocks, countInBytes, flag, count, arrangePicks, pick, repeat, andRows,
+    arrangeBlocks, countInBytes, flag, count, arrangePicks, pick, andRows,
 };
 
 } // namespace lx::LX_LEVEL

@@ -22,7 +22,8 @@ struct BitBlockTable {
     unsigned phase;      // added to every start: 0 to 7
     uint32_t bytes;      // of a row, up to the last one that holds a bit of a block
     bool gathered;       // `starts` are in the form of the level
-    // Both are in memory aligned to 64 bytes, and padded to a multiple of 64 entries.
+    bool stretched;      // or in another, for picks alone
+    // Both are in memory aligned to 64 bytes, and padded to a multiple of 64 entries, of picks 512.
     uint8_t* bias;    // 0 or longBias
     uint32_t* starts; // rising, less `phase`; the level's places once the table is gathered
 };
@@ -57,9 +58,6 @@ struct BitBlockKernels {
 
     // Bit i of destination = the bit at start i; what is left of the last byte is written as well.
     void (*pick)(const BitBlockTable& table, const uint8_t* row, uint8_t* destination);
-
-    // Bit i of destination = bit i / times of source, for bytes * times bytes of destination; times is 2 to 8.
-    void (*repeat)(const uint8_t* source, size_t bytes, unsigned times, uint8_t* destination);
 
     // destination[k] = the AND of byte k of `lines` rows, `stride` bytes apart.
     void (*andRows)(const uint8_t* row, ptrdiff_t stride, uint32_t lines, uint8_t* destination, size_t bytes);

@@ -1,4 +1,4 @@
-// Packed pixels to bytes and back, and the copy of packed pixels.
+// Packed pixels to bytes and back, and copied, repeated and changed as they lie.
 
 #include "kernels/bit_words.h"
 #include "kernels/kernel_tables.h"
@@ -158,8 +158,102 @@ void changeBits(uint8_t* row, unsigned phase, size_t bits, uint8_t keep, uint8_t
         mergeByte(row + bytes, (row[bytes] & keep) ^ flip, 0xFF00U >> n & 0xFF);
 }
 
+#if defined(LX_LEVEL_v4)
+
+// Each byte becomes `Times` bytes. All 64 bytes of a register take part in one bit matrix product for each of those
+// bytes, whose matrices spread the bits that it is made of; then every byte takes the product that is its own.
+template <unsigned Bits, unsigned Times>
+struct Spread {
+    uint64_t matrix[Times] = {};               // row p of matrix r has the bit that becomes bit p of byte r
+    uint64_t own[Times][Times] = {};           // in register t, the bytes that are byte r of their source byte
+    alignas(64) uint8_t order[Times][64] = {}; // in register t, the source byte of every byte
+
+    constexpr Spread()
+    {
+        for (unsigned r = 0; r < Times; ++r) {
+            for (unsigned p = 0; p < 8; ++p) {
+                const unsigned bit = (8 * r + p) / (Bits * Times) * Bits + p % Bits;
+                matrix[r] |= uint64_t{0x80U >> bit} << 8 * p;
+            }
+        }
+        for (unsigned t = 0; t < Times; ++t) {
+            for (unsigned k = 0; k < 64; ++k) {
+                order[t][k] = static_cast<uint8_t>((64 * t + k) / Times);
+                own[t][(64 * t + k) % Times] |= uint64_t{1} << k;
+            }
+        }
+    }
+};
+
+template <unsigned Bits, unsigned Times>
+constexpr Spread<Bits, Times> spread;
+
+// Register t of what 64 bytes become.
+template <unsigned Bits, unsigned Times>
+__m512i spreadPart(__m512i in, unsigned t)
+{
+    constexpr const Spread<Bits, Times>& rule = spread<Bits, Times>;
+    const __m512i each = permuteBytes(_mm512_load_si512(rule.order[t]), in);
+    const auto product = [&](unsigned r) {
+        return timesMatrix(each, _mm512_set1_epi64(static_cast<int64_t>(rule.matrix[r])));
+    };
+    __m512i out = product(0);
+    for (unsigned r = 1; r < Times; ++r)
+        out = _mm512_mask_mov_epi8(out, rule.own[t][r], product(r));
+    return out;
+}
+
+template <unsigned Bits, unsigned Times>
+void repeatWide(const uint8_t* source, size_t bytes, uint8_t* destination)
+{
+    for (; bytes >= 64; bytes -= 64) {
+        const __m512i in = _mm512_loadu_si512(source);
+        for (unsigned t = 0; t < Times; ++t)
+            _mm512_storeu_si512(destination + 64 * t, spreadPart<Bits, Times>(in, t));
+        source += 64;
+        destination += 64 * Times;
+    }
+    const __m512i in = _mm512_maskz_loadu_epi8(lowest(bytes), source);
+    for (unsigned t = 0; 64 * t < bytes * Times; ++t)
+        _mm512_mask_storeu_epi8(destination + 64 * t, lowest(bytes * Times - 64 * t), spreadPart<Bits, Times>(in, t));
+}
+
+#endif
+
+template <unsigned Bits>
+void repeatPixels(const uint8_t* LX_RESTRICT source, size_t bytes, unsigned times, uint8_t* LX_RESTRICT destination)
+{
+#if defined(LX_LEVEL_v4)
+    if (times == 2)
+        return repeatWide<Bits, 2>(source, bytes, destination);
+    if (times == 3)
+        return repeatWide<Bits, 3>(source, bytes, destination);
+    if (times == 4)
+        return repeatWide<Bits, 4>(source, bytes, destination);
+#endif
+    // Sets the lowest bit of each of a pixel's places.
+    uint64_t places = 0;
+    for (unsigned t = 0; t < times; ++t)
+        places |= uint64_t{1} << Bits * t;
+    for (size_t k = 0; k < bytes; ++k) {
+        uint64_t repeated = 0;
+        for (unsigned shift = 8; shift != 0; shift -= Bits)
+            repeated = repeated << Bits * times | (source[k] >> (shift - Bits) & ((1U << Bits) - 1)) * places;
+        for (unsigned t = 0; t < times; ++t)
+            destination[k * times + t] = static_cast<uint8_t>(repeated >> 8 * (times - 1 - t));
+    }
+}
+
+void repeat(const uint8_t* source, size_t bytes, unsigned bits, unsigned times, uint8_t* destination, ptrdiff_t step,
+            uint32_t lines)
+{
+    (bits == 1 ? repeatPixels<1> : repeatPixels<4>)(source, bytes, times, destination);
+    for (uint32_t k = 1; k < lines; ++k)
+        copyBytes(destination, destination + static_cast<ptrdiff_t>(k) * step, bytes * times);
+}
+
 } // namespace
 
-constexpr BitKernels bitKernels = {unpackBits, packBits, unpackNibbles, packNibbles, copyBits, changeBits};
+constexpr BitKernels bitKernels = {unpackBits, packBits, unpackNibbles, packNibbles, copyBits, repeat, changeBits};
 
 } // namespace lx::LX_LEVEL

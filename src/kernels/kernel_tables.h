@@ -16,6 +16,7 @@ extern const WindowKernels windowKernels;
 extern const MedianKernels medianKernels;
 extern const PickKernels pickKernels;
 extern const ResampleKernels resampleKernels;
+extern const EnlargeKernels enlargeKernels;
 extern const ReverseKernels reverseKernels;
 extern const TransposeKernels transposeKernels;
 extern const RunKernels runKernels;

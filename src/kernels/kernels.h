@@ -10,6 +10,7 @@
 #include "kernels/compose.h"
 #include "kernels/correct.h"
 #include "kernels/diffusion.h"
+#include "kernels/enlarge.h"
 #include "kernels/median.h"
 #include "kernels/palette_color.h"
 #include "kernels/pick.h"
@@ -35,6 +36,7 @@ struct Kernels {
     const MedianKernels* median;
     const PickKernels* pick;
     const ResampleKernels* resample;
+    const EnlargeKernels* enlarge;
     const ReverseKernels* reverse;
     const TransposeKernels* transpose;
     const RunKernels* runs;

@@ -21,6 +21,7 @@ constexpr Kernels kernelTable = {
     .median = &medianKernels,
     .pick = &pickKernels,
     .resample = &resampleKernels,
+    .enlarge = &enlargeKernels,
     .reverse = &reverseKernels,
     .transpose = &transposeKernels,
     .runs = &runKernels,

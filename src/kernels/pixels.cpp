@@ -311,6 +311,12 @@ void colors(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination,
 
 void swapEnds(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destination, size_t pixels)
 {
+#if defined(LX_LEVEL_v4)
+    if (pixels >= 64) {
+        walkBlocks(destination, pixels, [=](size_t i) { swapEnds64(source + 3 * i, destination + 3 * i); });
+        return;
+    }
+#endif
     for (size_t i = 0; i < pixels; ++i) {
         destination[3 * i] = source[3 * i + 2];
         destination[3 * i + 1] = source[3 * i + 1];

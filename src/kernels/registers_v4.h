@@ -25,6 +25,12 @@ namespace
     return _mm512_maskz_permutexvar_epi8(~__mmask64{0}, offsets, bytes);
 }
 
+// 32 bytes as words.
+[[maybe_unused]] __m512i widen(const uint8_t* bytes)
+{
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes)));
+}
+
 // The lowest n of 64 bits as a mask, all of them from 64 on.
 [[maybe_unused]] uint64_t lowest(size_t n)
 {

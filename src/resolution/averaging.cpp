@@ -94,7 +94,7 @@ class RampLine
 {
   public:
     RampLine(const AreaView& source, const AreaView& destination, uint32_t tallest) noexcept
-        : kernels_(*kernels().resample), pick_(kernels().pick->pick), source_(source), destination_(destination),
+        : kernels_(*kernels().enlarge), pick_(kernels().pick->pick), source_(source), destination_(destination),
           runs_(source.width(), destination.width()), plans_(runs_), means_(source, tallest)
     {
     }
@@ -160,7 +160,7 @@ class RampLine
         }
     }
 
-    const ResampleKernels& kernels_;
+    const EnlargeKernels& kernels_;
     decltype(PickKernels::pick) pick_;
     const AreaView source_;
     const AreaView destination_;
@@ -181,7 +181,7 @@ void rampLines(const AreaView& area, Span run, uint32_t next, uint32_t width) no
         replicateLines(area)(run, width);
         return;
     }
-    const ResampleKernels& kernels = *lx::kernels().resample;
+    const EnlargeKernels& kernels = *lx::kernels().enlarge;
     for (uint32_t t = 1; t < run.length; ++t)
         kernels.ramp(area.row(run.start), area.row(next), area.row(run.start + t), size_t{width} * Channels, t,
                      run.length);
@@ -202,7 +202,7 @@ void averageLines(const AreaView& source, const AreaView& destination, ProgressC
 template <unsigned Channels>
 void averageTwice(const AreaView& source, const AreaView& destination, ProgressCallback progress)
 {
-    const auto rampTwice = kernels().resample->rampTwice;
+    const auto rampTwice = kernels().enlarge->rampTwice;
     const auto make = [&](uint32_t j, uint32_t top, uint32_t bottom) {
         rampTwice(source.row(top), source.row(bottom), destination.row(j), size_t{source.width()} * Channels, Channels);
     };

@@ -57,9 +57,10 @@ template <class Columns>
 void scaleBySampling(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
     PickedLine<Columns> line(source, destination);
-    scaleRows(
+    scaleRowsByRuns(
         source, destination, passShares(source, destination), progress,
-        [&](uint32_t j, Span lines) { return line.make(j, lines.start); }, replicateLines(destination));
+        [&](uint32_t j, Span lines) { line.make(j, lines.start); },
+        [&](Span run, uint32_t sourceLine) { line.makeRun(run, sourceLine); });
 }
 
 // Columns of blocks placed at random.
@@ -103,15 +104,14 @@ void widenByMajority(const AreaView& source, const AreaView& destination, Progre
 // every other enlargement. This is deliberate.
 void enlargeByMajority(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
+    seedDraws(); // as wherever a majority decides, though nothing is placed at random
     PickedLine<RepeatedBlockWalker> line(source, destination);
-    scaleRowsPlaced(
-        source, destination, widthEnlarged, progress,
-        [&](uint32_t j, Span lines, uint32_t) {
-            const uint32_t reached = line.make(j, lines.start);
-            fillBits(destination, j, reached, destination.width(), true);
-            return destination.width();
-        },
-        replicateLines(destination));
+    repeatRows(RunWalker(source.height(), destination.height()), widthEnlarged, progress,
+               [&](Span run, uint32_t sourceLine) {
+                   const uint32_t reached = line.makeRun(run, sourceLine);
+                   for (uint32_t t = 0; t < run.length; ++t)
+                       fillBits(destination, run.start + t, reached, destination.width(), true);
+               });
 }
 
 } // namespace

@@ -6,7 +6,9 @@
 #include "kernels/kernels.h"
 #include "resolution/block_geometry.h"
 
+#include <cstring>
 #include <optional>
+#include <type_traits>
 
 namespace lx
 {
@@ -14,7 +16,7 @@ namespace lx
 // Room for the tables of plans.
 template <uint32_t Columns>
 struct BitColumnMemory {
-    static_assert(Columns % 64 == 0);
+    static_assert(Columns % 512 == 0);
     alignas(64) uint8_t bias[Columns];
     alignas(64) uint32_t starts[Columns];
 };
@@ -73,6 +75,7 @@ class BitColumns
     {
         table_.length = walker.shortest();
         table_.gathered = false;
+        table_.stretched = false;
         narrow_ = walker.longest() <= BitBlockTable::gatherLimit &&
                   uint64_t{walker.longest()} * lines_ <= BitBlockTable::most;
         Span last = {0, 0};
@@ -102,7 +105,17 @@ class BitColumns
         while (more) {
             starts[n] = block.start - pixel;
             bias[n++] = block.length > length ? BitBlockTable::longBias : uint8_t{0};
-            more = n < limit && block.start + uint64_t{block.length} - pixel <= room && blocks.next(block);
+            const uint64_t end = block.start + uint64_t{block.length} - pixel;
+            more = n < limit && end <= room;
+            if constexpr (std::is_same_v<Walker, MarkedBlockWalker>) {
+                if (more)
+                    n += blocks.pass(limit - n - 1, room - static_cast<uint32_t>(end),
+                                     [=](uint32_t k, uint32_t start, uint32_t isLong) {
+                                         starts[n + k] = start - pixel;
+                                         bias[n + k] = static_cast<uint8_t>(isLong * BitBlockTable::longBias);
+                                     });
+            }
+            more = more && blocks.next(block);
         }
         walker = blocks;
         last = block;
@@ -148,20 +161,25 @@ class Roomy : private BitColumnMemory<8192>, public Plan
     }
 };
 
-// Plans of blocks placed at random: as many of them as there are places in a period are kept, if there is room.
+// Plans of blocks placed at random: as many of them as there are places in a period are kept, if there is room. If
+// there is not, it may do for a bit for each of their blocks, from which they are made anew more quickly.
 class PlacedBitColumns
 {
   public:
     static constexpr uint32_t room = 16384;
 
     PlacedBitColumns(const AreaView& source, uint32_t width, uint32_t lines) noexcept
-        : begin_(source.width(), width), source_(source), lines_(lines), places_(std::max(begin_.period(), uint32_t{1}))
+        : begin_(source.width(), width), width_(width), source_(source), lines_(lines),
+          places_(std::max(begin_.period(), uint32_t{1}))
     {
         const uint64_t each = (uint64_t{width} + 63) / 64 * 64;
         keeps_ = places_ <= mostKept && each * places_ <= room && source.width() < BitColumns::mostBits / 2;
         for (uint32_t k = 0; keeps_ && k < places_; ++k)
             kept_[k].emplace(BitColumnSlot(memory_, static_cast<uint32_t>(each) * k, static_cast<uint32_t>(each)),
                              source, lines);
+        marks_ = !keeps_ && places_ > 1 && places_ <= mostMarked && marksOfPlace(width) * places_ <= marksRoom;
+        if (marks_)
+            std::memset(marked_, 0, sizeof marked_);
     }
 
     // Calls use(plan) for the plans of a line whose blocks are placed by `draw`, from left to right.
@@ -177,6 +195,35 @@ class PlacedBitColumns
             use(plan);
             return;
         }
+        if (marks_)
+            makeEach(MarkedBlockWalker(source_.width(), width_, marksOf(draw % places_, walker)), use);
+        else
+            makeEach(walker, use);
+    }
+
+  private:
+    static constexpr uint32_t mostKept = 16;
+    static constexpr uint32_t mostMarked = 256;
+    static constexpr uint32_t marksRoom = 4096;
+
+    static size_t marksOfPlace(uint32_t width) { return (size_t{width} + 63) / 64; }
+
+    // The bits of a place, which are made when they are first wanted.
+    const uint64_t* marksOf(uint32_t place, const PlacedBlockWalker& walker) noexcept
+    {
+        const size_t count = marksOfPlace(width_);
+        uint64_t* marks = marksMemory_ + place * count;
+        if (!marked_[place]) {
+            std::memset(marks, 0, count * sizeof *marks);
+            MarkedBlockWalker::mark(walker, marks);
+            marked_[place] = true;
+        }
+        return marks;
+    }
+
+    template <class Walker, class Use>
+    void makeEach(Walker walker, Use use) noexcept
+    {
         BitColumns plan(BitColumnSlot(memory_, 0, room), source_, lines_);
         for (uint32_t first = 0; !walker.done();) {
             first += plan.take(walker, first);
@@ -184,14 +231,15 @@ class PlacedBitColumns
         }
     }
 
-  private:
-    static constexpr uint32_t mostKept = 16;
-
     PlacedBlockWalker begin_;
+    uint32_t width_;
     AreaView source_;
     uint32_t lines_;
     uint32_t places_;
     bool keeps_;
+    bool marks_;
+    bool marked_[mostMarked];
+    uint64_t marksMemory_[marksRoom];
     std::optional<BitColumns> kept_[mostKept];
     BitColumnMemory<room> memory_;
 };

@@ -91,7 +91,7 @@ class PickedBits
             bits_.copyBits(source_.at(i, line), source_.phase(i), aligned_, 0, n);
             const uint8_t* out = aligned_;
             if (times_ != 1) {
-                kernels_.repeat(aligned_, (size_t{n} + 7) / 8, times_, picked_);
+                bits_.repeat(aligned_, (size_t{n} + 7) / 8, 1, times_, picked_, 0, 1);
                 out = picked_;
             }
             put(out, i * times_, n * times_);
@@ -115,13 +115,18 @@ class PickedLine
 {
   public:
     PickedLine(const AreaView& source, const AreaView& destination) noexcept
-        : picked_(source, destination.width()), source_(source), destination_(destination)
+        : picked_(source, destination.width()), source_(source), destination_(destination),
+          repeatsBytes_(picked_.times() > 1 && source.phase() == 0 && destination.phase() == 0)
     {
     }
 
     // Makes destination line j from source line `line`, and returns how many pixels are reached.
     uint32_t make(uint32_t j, uint32_t line) noexcept
     {
+        if (repeatsBytes_) {
+            repeatBytes({j, 1}, line);
+            return destination_.width();
+        }
         if (source_.width() == destination_.width()) {
             kernels_.copyBits(source_.row(line), source_.phase(), destination_.row(j), destination_.phase(),
                               source_.width());
@@ -129,14 +134,23 @@ class PickedLine
         }
         if (picked_.times() == 0)
             return makeFrom(j, [line](const BitPicks& plan) { return plan.row(line); });
-        if (source_.phase() == 0 && destination_.phase() == 0) {
-            repeatBytes(j, line);
-        } else {
-            picked_.pick(line, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
-                kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
-            });
-        }
+        picked_.pick(line, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
+            kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
+        });
         return destination_.width();
+    }
+
+    // The same for the lines of a run.
+    uint32_t makeRun(Span run, uint32_t line) noexcept
+    {
+        if (repeatsBytes_) {
+            repeatBytes(run, line);
+            return destination_.width();
+        }
+        const uint32_t reached = make(run.start, line);
+        for (uint32_t t = 1; t < run.length; ++t)
+            replicateLine(destination_, reached, run.start, run.start + t, kernels_);
+        return reached;
     }
 
     // Bits go straight to their bytes if these are the line's own, the last one excepted.
@@ -165,24 +179,28 @@ class PickedLine
 
   private:
     const BitKernels& kernels_ = *kernels().bits;
-    const BitBlockKernels& blocks_ = *kernels().bitBlocks;
 
     // Whole bytes of the source line, which become whole bytes, and the pixels left.
-    void repeatBytes(uint32_t j, uint32_t line) noexcept
+    void repeatBytes(Span run, uint32_t line) noexcept
     {
         const uint32_t bytes = source_.width() / 8;
         const uint32_t times = picked_.times();
-        if (bytes != 0)
-            blocks_.repeat(source_.row(line), bytes, times, destination_.row(j));
+        const uint8_t* in = source_.row(line);
+        uint8_t* out = destination_.row(run.start);
+        const ptrdiff_t step = destination_.lineStep();
+        kernels_.repeat(in, bytes, 1, times, out, step, run.length);
         if (const uint32_t left = source_.width() % 8; left != 0) {
-            blocks_.repeat(source_.row(line) + bytes, 1, times, picked_.room());
-            kernels_.copyBits(picked_.room(), 0, destination_.row(j) + size_t{bytes} * times, 0, size_t{left} * times);
+            kernels_.repeat(in + bytes, 1, 1, times, picked_.room(), 0, 1);
+            out += size_t{bytes} * times;
+            for (uint32_t t = 0; t < run.length; ++t)
+                kernels_.copyBits(picked_.room(), 0, out + static_cast<ptrdiff_t>(t) * step, 0, size_t{left} * times);
         }
     }
 
     PickedBits<Blocks> picked_;
     AreaView source_;
     AreaView destination_;
+    bool repeatsBytes_;
 };
 
 } // namespace lx

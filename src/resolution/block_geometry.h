@@ -155,6 +155,71 @@ class PlacedBlockWalker
     bool taken_ = false; // the extra pixel of this period has been given before it was due
 };
 
+// The same blocks again, from a bit for each that says whether it is a longer one.
+class MarkedBlockWalker
+{
+  public:
+    // Sets the bits of the blocks that are to come; the others are left alone.
+    static void mark(PlacedBlockWalker blocks, uint64_t* bits) noexcept
+    {
+        Span block;
+        for (uint32_t k = 0; blocks.next(block); ++k)
+            bits[k / 64] |= uint64_t{block.length > blocks.shortest()} << k % 64;
+    }
+
+    MarkedBlockWalker(uint32_t source, uint32_t destination, const uint64_t* bits) noexcept
+        : bits_(bits), source_(source), destination_(destination), shortest_(source / destination)
+    {
+    }
+
+    bool done() const { return block_ == destination_ || position_ == source_; }
+
+    bool next(Span& block) noexcept
+    {
+        if (done())
+            return false;
+        const uint32_t size = shortest_ + static_cast<uint32_t>(bits_[block_ / 64] >> block_ % 64 & 1);
+        block = {position_, std::min(size, source_ - position_)};
+        position_ += block.length;
+        ++block_;
+        return true;
+    }
+
+    // Passes over some blocks at once, `most` at most, that end within `pixels` from here and are not the last; returns
+    // their number. Calls put(k, start, isLong) for each.
+    template <class Put>
+    uint32_t pass(uint32_t most, uint32_t pixels, Put put) noexcept
+    {
+        if (done())
+            return 0;
+        const uint32_t n =
+            std::min({most, destination_ - block_ - 1, std::min(pixels, source_ - position_ - 1) / (shortest_ + 1)});
+        const uint64_t* const bits = bits_;
+        const uint32_t shortest = shortest_;
+        const uint32_t first = block_;
+        uint32_t position = position_;
+        for (uint32_t k = 0; k < n; ++k) {
+            const auto isLong = static_cast<uint32_t>(bits[(first + k) / 64] >> (first + k) % 64 & 1);
+            put(k, position, isLong);
+            position += shortest + isLong;
+        }
+        position_ = position;
+        block_ += n;
+        return n;
+    }
+
+    uint32_t shortest() const { return shortest_; }
+    uint32_t longest() const { return shortest_ + 1; }
+
+  private:
+    const uint64_t* bits_;
+    uint32_t source_;
+    uint32_t destination_;
+    uint32_t shortest_;
+    uint32_t position_ = 0;
+    uint32_t block_ = 0;
+};
+
 // Runs of an enlarged axis or one that keeps its size: source <= destination.
 class RunWalker
 {

@@ -125,7 +125,7 @@ class Interpolation
 {
   public:
     Interpolation(const AreaView& source, const AreaView& destination) noexcept
-        : kernels_(*kernels().resample), source_(source), destination_(destination),
+        : kernels_(*kernels().resample), twice_(kernels().enlarge->twice), source_(source), destination_(destination),
           lines_(source.height(), destination.height()), columns_(source.width(), destination.width()), plans_(columns_)
     {
     }
@@ -136,7 +136,7 @@ class Interpolation
         if (doubles_) {
             const uint8_t* top = line(0, taps.first);
             const uint8_t* bottom = taps.weight == 0 ? top : line(0, taps.first + 1);
-            kernels_.twice(top, bottom, destination_.row(j), size_t{source_.width()} * Channels, Channels);
+            twice_(top, bottom, destination_.row(j), size_t{source_.width()} * Channels, Channels);
             return;
         }
         plans_.forEach([&](const TapPlan<Channels>& plan) {
@@ -184,6 +184,7 @@ class Interpolation
     const uint8_t* line(uint32_t first, int64_t j) const { return source_.at(first, lines_.clamp(j)); }
 
     const ResampleKernels& kernels_;
+    decltype(EnlargeKernels::twice) twice_;
     const AreaView source_;
     const AreaView destination_;
     const TapAxis lines_;

@@ -14,18 +14,37 @@ class SampledLine
 {
   public:
     SampledLine(const AreaView& source, const AreaView& destination) noexcept
-        : source_(source), destination_(destination),
-          repeatsTwice_(destination.width() == uint64_t{source.width()} * 2),
+        : source_(source), destination_(destination), times_(timesOf(source, destination)),
           blocks_(source.width(), destination.width()), columns_(blocks_), reader_(source), writer_(destination)
     {
     }
 
-    // `next` is the source line of the line to be made after this one.
-    uint32_t make(uint32_t j, uint32_t line, uint32_t next) noexcept
+    // Makes the lines of a run. To pick a line anew is quicker than to read back what has just been written, unless it
+    // has to be packed.
+    void makeRun(Span run, uint32_t line) noexcept
     {
-        if (!Packed && repeatsTwice_) {
-            kernels_.repeatTwice(source_.row(line), destination_.row(j), size_t{source_.width()} * Channels, Channels);
-            return reached_;
+        if (Packed && times_ != 0) {
+            bits_.repeat(source_.row(line), source_.width() / 2, 4, times_, destination_.row(run.start),
+                         destination_.lineStep(), run.length);
+            return;
+        }
+        make(run.start, line, line);
+        for (uint32_t t = 1; t < run.length; ++t) {
+            if (Packed)
+                replicateLine(destination_, reached_, run.start, run.start + t, bits_);
+            else
+                make(run.start + t, line, line);
+        }
+    }
+
+    // `next` is the source line of the line to be made after this one.
+    void make(uint32_t j, uint32_t line, uint32_t next) noexcept
+    {
+        if (Packed && times_ != 0)
+            return makeRun({j, 1}, line);
+        if (!Packed && times_ == 2) {
+            enlarge_.repeatTwice(source_.row(line), destination_.row(j), size_t{source_.width()} * Channels, Channels);
+            return;
         }
         const ptrdiff_t ahead = next - line > 1 && next < source_.height() ? source_.row(next) - source_.row(line) : 0;
         columns_.forEach([&](const PickedColumns<Channels>& plan) {
@@ -37,10 +56,18 @@ class SampledLine
                             plan.groupCount);
             }
         });
-        return reached_;
     }
 
   private:
+    // How often every pixel is repeated if that is the same for all of them and has a form of its own: nibbles by whole
+    // bytes, up to 8 times. 0 if not.
+    static uint32_t timesOf(const AreaView& source, const AreaView& destination)
+    {
+        const uint32_t times = destination.width() / source.width();
+        const bool whole = !Packed || (source.phase() == 0 && destination.phase() == 0 && source.width() % 2 == 0);
+        return destination.width() % source.width() == 0 && times >= 2 && times <= 8 && whole ? times : 0;
+    }
+
     // Nibbles that are not fewer than those they are picked from, to bytes that are the line's own.
     bool pickStraight(const PickedColumns<Channels>& plan, uint32_t j, uint32_t line) noexcept
     {
@@ -80,10 +107,11 @@ class SampledLine
     }
 
     const PickKernels& picks_ = *kernels().pick;
-    const ResampleKernels& kernels_ = *kernels().resample;
+    const BitKernels& bits_ = *kernels().bits;
+    const EnlargeKernels& enlarge_ = *kernels().enlarge;
     const AreaView source_;
     const AreaView destination_;
-    const bool repeatsTwice_;
+    const uint32_t times_;
     const Blocks blocks_;
     const uint32_t reached_ = pixelsReached(blocks_);
     PlannedColumns<Blocks, PickedColumns<Channels>> columns_;

@@ -14,21 +14,10 @@ template <unsigned Channels, bool Packed, class Blocks>
 void sampleLines(const AreaView& source, const AreaView& destination, ProgressCallback progress)
 {
     SampledLine<Channels, Packed, Blocks> line(source, destination);
-    uint32_t sourceLine = 0;
-    const auto makeLine = [&](uint32_t j, Span lines) {
-        sourceLine = lines.start;
-        return line.make(j, sourceLine, sourceLine + lines.length);
-    };
-    // To pick a line anew is quicker than to read back what has just been written, unless it has to be packed.
-    const auto pickAgain = [&](Span run, uint32_t) {
-        for (uint32_t t = 1; t < run.length; ++t)
-            line.make(run.start + t, sourceLine, sourceLine);
-    };
-    const PassShares shares = passShares(source, destination);
-    if constexpr (Packed)
-        scaleRows(source, destination, shares, progress, makeLine, replicateLines(destination));
-    else
-        scaleRows(source, destination, shares, progress, makeLine, pickAgain);
+    scaleRowsByRuns(
+        source, destination, passShares(source, destination), progress,
+        [&](uint32_t j, Span lines) { line.make(j, lines.start, lines.start + lines.length); },
+        [&](Span run, uint32_t sourceLine) { line.makeRun(run, sourceLine); });
 }
 
 template <unsigned Channels, bool Packed>

@@ -60,37 +60,60 @@ void reduceRows(Blocks blocks, uint32_t height, ProgressCallback callback, MakeL
     }
 }
 
-// Runs are filled in order where they can be: lines written out of order cost twice the time. `next` is the run's own
-// first line if no run follows.
-template <class MakeLine, class FillRun>
-void enlargeRows(const RunWalker& runs, PassShares shares, ProgressCallback callback, MakeLine makeLine,
-                 FillRun fillRun)
+// Runs as a whole: `makeRun(run, line)` makes the lines of one from source line `line`, and `finish()` whatever is left
+// before the second pass.
+template <class MakeRun, class Finish>
+void repeatRows(const RunWalker& runs, PassShares shares, ProgressCallback callback, MakeRun makeRun, Finish finish)
 {
     Progress progress(callback);
     RunWalker walker = runs;
-    Span previous = {0, 0};
-    uint32_t previousWidth = 0;
     Span run;
     for (uint32_t line = 0; walker.next(run); ++line) {
-        if (run.length != 0) {
-            const uint32_t width = makeLine(run.start, Span{line, 1});
-            if constexpr (std::is_invocable_v<FillRun, Span, uint32_t>)
-                fillRun(run, width);
-            else if (previous.length != 0)
-                fillRun(previous, run.start, previousWidth);
-            previous = run;
-            previousWidth = width;
-        }
+        if (run.length != 0)
+            makeRun(run, line);
         const uint32_t covered = run.start + run.length;
         if (shares.first == 0)
             progress.rawCount(covered, 2 * runs.reach());
         else
             progress.shareDone(covered, runs.reach(), shares.first, 0);
     }
-    if constexpr (!std::is_invocable_v<FillRun, Span, uint32_t>)
-        fillRun(previous, previous.start, previousWidth);
+    finish();
+    if (callback == nullptr)
+        return;
     for (walker = runs; walker.next(run);)
         progress.shareDone(run.start + run.length, runs.reach(), shares.second, 50 - shares.second);
+}
+
+template <class MakeRun>
+void repeatRows(const RunWalker& runs, PassShares shares, ProgressCallback callback, MakeRun makeRun)
+{
+    repeatRows(runs, shares, callback, makeRun, [] {});
+}
+
+// Runs are filled in order where they can be: lines written out of order cost twice the time. `next` is the run's own
+// first line if no run follows.
+template <class MakeLine, class FillRun>
+void enlargeRows(const RunWalker& runs, PassShares shares, ProgressCallback callback, MakeLine makeLine,
+                 FillRun fillRun)
+{
+    if constexpr (std::is_invocable_v<FillRun, Span, uint32_t>) {
+        repeatRows(runs, shares, callback, [&](Span run, uint32_t line) {
+            fillRun(run, makeLine(run.start, Span{line, 1}));
+        });
+    } else {
+        Span previous = {0, 0};
+        uint32_t previousWidth = 0;
+        repeatRows(
+            runs, shares, callback,
+            [&](Span run, uint32_t line) {
+                const uint32_t width = makeLine(run.start, Span{line, 1});
+                if (previous.length != 0)
+                    fillRun(previous, run.start, previousWidth);
+                previous = run;
+                previousWidth = width;
+            },
+            [&] { fillRun(previous, previous.start, previousWidth); });
+    }
 }
 
 // All four geometric cases of a worker.
@@ -103,6 +126,19 @@ void scaleRows(const AreaView& source, const AreaView& destination, PassShares s
         reduceRows(blocks, destination.height(), callback, makeLine);
     } else {
         enlargeRows(RunWalker(source.height(), destination.height()), shares, callback, makeLine, fillRun);
+    }
+}
+
+// The same, the lines of a run being made together.
+template <class MakeLine, class MakeRun>
+void scaleRowsByRuns(const AreaView& source, const AreaView& destination, PassShares shares, ProgressCallback callback,
+                     MakeLine makeLine, MakeRun makeRun)
+{
+    if (source.height() > destination.height()) {
+        const BlockWalker<float> blocks(source.height(), destination.height());
+        reduceRows(blocks, destination.height(), callback, makeLine);
+    } else {
+        repeatRows(RunWalker(source.height(), destination.height()), shares, callback, makeRun);
     }
 }
 

@@ -17,8 +17,8 @@ namespace
 
 // Blocks in `lines` rows of noise.
 struct Sample {
-    alignas(64) uint8_t bias[512] = {};
-    alignas(64) uint32_t starts[512] = {};
+    alignas(64) uint8_t bias[2048] = {};
+    alignas(64) uint32_t starts[2048] = {};
     lx::BitBlockTable table = {};
     uint32_t lines;
     GuardedArray<uint8_t> rows;
@@ -29,7 +29,7 @@ struct Sample {
     {
         table.bias = bias;
         table.starts = starts;
-        table.count = random.between(1, 512);
+        table.count = random.between(1, repeats ? 2048 : 512);
         table.length = repeats ? 1 : shortest;
         table.phase = random.below(8);
         uint32_t start = 0;
@@ -132,15 +132,22 @@ TEST_P(BitBlockLevels, PickAlike)
 
 TEST_P(BitBlockLevels, Repeat)
 {
-    for (unsigned times = 2; times <= 8; ++times) {
+    const lx::BitKernels& bitKernels = *lx::runnableKernels().tables[GetParam()]->bits;
+    for (unsigned k = 0; k < 14; ++k) {
+        const unsigned bits = k < 7 ? 1 : 4;
+        const unsigned times = k % 7 + 2;
         for (const size_t bytes : {1, 2, 31, 63, 64, 65, 128, 200}) {
             GuardedArray<uint8_t> source(bytes);
-            GuardedArray<uint8_t> repeated(bytes * times);
+            GuardedArray<uint8_t> lines(2 * bytes * times);
+            uint8_t* const repeated = lines.data() + bytes * times;
             random.fill(source.data(), bytes);
-            level.repeat(source.data(), bytes, times, repeated.data());
-            for (size_t i = 0; i < 8 * bytes * times; ++i)
-                ASSERT_EQ(repeated[i / 8] >> (7 - i % 8) & 1, source[i / times / 8] >> (7 - i / times % 8) & 1)
-                    << "bit " << i << " of " << bytes << " bytes, " << times << " times";
+            bitKernels.repeat(source.data(), bytes, bits, times, repeated, lines.data() - repeated, 2);
+            ASSERT_TRUE(std::equal(repeated, repeated + bytes * times, lines.data()));
+            for (size_t i = 0; i < 8 * bytes * times; ++i) {
+                const size_t from = i / bits / times * bits + i % bits;
+                ASSERT_EQ(repeated[i / 8] >> (7 - i % 8) & 1, source[from / 8] >> (7 - from % 8) & 1)
+                    << "bit " << i << " of " << bytes << " bytes, " << times << " times " << bits;
+            }
         }
     }
 }

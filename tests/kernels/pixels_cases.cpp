@@ -41,6 +41,8 @@ const std::vector<KernelCase> pixelKernelCases = {
                     size_t n) { kernels.pixels->levels16(bench.bytes(n), bench.to((n + 1) / 2), n); }},
     {"lookup", [](const lx::Kernels& kernels, KernelBench& bench,
                   size_t n) { kernels.pixels->lookup(bench.bytes(n), bench.to(n), n, bench.bytes(256)); }},
+    {"swapEnds", [](const lx::Kernels& kernels, KernelBench& bench,
+                    size_t n) { kernels.pixels->swapEnds(bench.bytes(3 * n), bench.to(3 * n), n); }},
 };
 
 } // namespace lxtest

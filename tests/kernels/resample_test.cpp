@@ -207,7 +207,7 @@ TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
             const std::vector<uint8_t> wide(65536, static_cast<uint8_t>(t | 128));
             for (size_t k = 0; k < levels.count; ++k) {
                 SCOPED_TRACE(levels.tables[k]->level);
-                const lx::ResampleKernels& kernels = *levels.tables[k]->resample;
+                const lx::EnlargeKernels& kernels = *levels.tables[k]->enlarge;
                 kernels.ramp(pairs.from.data(), pairs.to.data(), actual.data(), 65536, t, length);
                 ASSERT_EQ(expected, actual) << t << " of " << length;
                 kernels.rampEach(pairs.from.data(), pairs.to.data(), each.data(), 65536, narrow.data(), length);
@@ -231,14 +231,14 @@ TEST(ResampleKernels, TwiceThePixels)
             const auto bottom = noise(random, pixels * channels);
             std::vector<uint8_t> expected(2 * pixels * channels);
             std::vector<uint8_t> actual(2 * pixels * channels);
-            portable.resample->twice(top.data(), bottom.data(), expected.data(), pixels * channels, channels);
-            kernels.resample->twice(top.data(), bottom.data(), actual.data(), pixels * channels, channels);
+            portable.enlarge->twice(top.data(), bottom.data(), expected.data(), pixels * channels, channels);
+            kernels.enlarge->twice(top.data(), bottom.data(), actual.data(), pixels * channels, channels);
             ASSERT_EQ(expected, actual);
-            portable.resample->rampTwice(top.data(), bottom.data(), expected.data(), pixels * channels, channels);
-            kernels.resample->rampTwice(top.data(), bottom.data(), actual.data(), pixels * channels, channels);
+            portable.enlarge->rampTwice(top.data(), bottom.data(), expected.data(), pixels * channels, channels);
+            kernels.enlarge->rampTwice(top.data(), bottom.data(), actual.data(), pixels * channels, channels);
             ASSERT_EQ(expected, actual) << "ramps";
-            portable.resample->repeatTwice(top.data(), expected.data(), pixels * channels, channels);
-            kernels.resample->repeatTwice(top.data(), actual.data(), pixels * channels, channels);
+            portable.enlarge->repeatTwice(top.data(), expected.data(), pixels * channels, channels);
+            kernels.enlarge->repeatTwice(top.data(), actual.data(), pixels * channels, channels);
             ASSERT_EQ(expected, actual) << "repeats";
         }
     });
