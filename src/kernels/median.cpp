@@ -14,6 +14,7 @@
 //
 // The last block of a row overlaps the one before it, so that long rows need no loop over single bytes.
 
+#include "kernels/fetch_early.h"
 #include "kernels/kernel_tables.h"
 
 #include <cstring>
@@ -147,6 +148,15 @@ void store(const Bytes& bytes, uint8_t* destination)
     std::memcpy(destination, &bytes, sizeof bytes);
 }
 
+// Rows `first` and `second` follow each other, and `last` and the next four do so, too. A row is too short for the
+// processor to follow it by itself; results are fetched as well, since they fill a line of the cache only in parts.
+void fetchNextFour(const uint8_t* first, const uint8_t* second, const uint8_t* last)
+{
+    const auto step = static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(second) - reinterpret_cast<uintptr_t>(first));
+    for (ptrdiff_t j = 1; j <= 4; ++j)
+        fetchEarly<2>(last, j * step);
+}
+
 void sixthInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes, size_t stride)
 {
     if (bytes < laneBytes) {
@@ -158,6 +168,10 @@ void sixthInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, s
     uint8_t* const to[4] = {destinations[0], destinations[1], destinations[2], destinations[3]};
     for (size_t k = 0; k < bytes; k += laneBytes) {
         const size_t at = k + laneBytes <= bytes ? k : bytes - laneBytes;
+        if (k % 64 == 0) {
+            fetchNextFour(own[1], own[2], own[5] + at);
+            fetchNextFour(to[0], to[1], to[3] + at);
+        }
         const Sorted<Bytes> second = sortedAt(own[1] + at, stride);
         const Sorted<Bytes> third = sortedAt(own[2] + at, stride);
         const FourGreatest upper(second, third);

@@ -4,6 +4,7 @@
 // the next run brings, as long as neither the source line nor the destination row ends there. Packed pixels flow
 // through a 64-bit word.
 
+#include "kernels/fetch_early.h"
 #include "kernels/kernel_tables.h"
 
 #include <cstring>
@@ -81,15 +82,6 @@ class BitStream
     uint64_t word_ = 0;
     unsigned held_; // bits of the word that are in use, less than 8
 };
-
-// Neighbouring runs lie in different lines: too many streams for the processor to follow. The address may lie anywhere.
-// Level 3 is the first-level cache, 2 the second.
-template <int Level>
-void fetchEarly(const uint8_t* source, ptrdiff_t ahead)
-{
-    const uintptr_t address = reinterpret_cast<uintptr_t>(source) + static_cast<uintptr_t>(ahead);
-    __builtin_prefetch(reinterpret_cast<const void*>(address), 0, Level); // NOLINT(performance-no-int-to-ptr)
-}
 
 template <unsigned Bits>
 void copyPackedRuns(const RunRow& row, uint8_t* destination, unsigned phase)
