@@ -105,6 +105,7 @@ void filterBits(const Effort& effort, const AreaView& source, const AreaView& de
     const MedianKernels& median = *kernels().median;
     const auto majority = bits == 1 ? median.majorityOfBits : median.majorityOfNibbles;
     const auto four = bits == 1 ? median.majorityOfBitsInFourRows : median.majorityOfNibblesInFourRows;
+    const auto words = bits == 1 ? median.majorityOfBitsInFourWords : median.majorityOfNibblesInFourWords;
     PackedWindows<bits> walk(source, destination);
     uint8_t marks[PackedWindows<bits>::runBytes];
     size_t marked = 0; // bytes of the run whose marks are at hand, and its first pixel
@@ -121,7 +122,7 @@ void filterBits(const Effort& effort, const AreaView& source, const AreaView& de
     };
     runPasses(effort, walk.inPlace(), walk.height(), callback, [&](uint32_t j) -> uint32_t {
         if (effort.step == 1 && walk.hasFour(j)) {
-            walk.fourLines(j, four);
+            walk.fourLines(j, four, words);
             return 4;
         }
         if (effort.step == 1)

@@ -46,7 +46,7 @@ class AreaView
     bool blueFirst() const { return blueFirst_; }
 
     // Pixels that share one byte, less one: 7, 1 or 0.
-    unsigned phaseMask() const { return packed() ? 8 / bits_ - 1 : 0; }
+    unsigned phaseMask() const { return 7U >> bits_ / 2; }
 
     // How many pixels of another area share the byte of this area's pixel i in front of it.
     unsigned phase(uint32_t i = 0) const { return static_cast<unsigned>(size_t{x_} + i) & phaseMask(); }
@@ -56,7 +56,7 @@ class AreaView
     {
         const size_t line = firstLine_ + j * step_;
         const size_t pixel = size_t{x_} + i;
-        return buffer_ + line * pitch_ + (packed() ? pixel / (8 / bits_) : pixel * (bits_ / 8));
+        return buffer_ + line * pitch_ + (pixel / 8 * bits_ + pixel % 8 * bits_ / 8);
     }
 
     uint8_t* row(uint32_t j) const { return at(0, j); }

@@ -31,6 +31,20 @@ inline WindowRows rowsAround(const AreaView& area, uint32_t height, uint32_t j)
     return {j == 0 ? centre : area.row(j - 1), centre, j + 1 == height ? centre : area.row(j + 1)};
 }
 
+// Lines j to j + 3 and their neighbours, likewise.
+struct SixRows {
+    const uint8_t* rows[6];
+
+    SixRows(const AreaView& area, uint32_t height, uint32_t j)
+    {
+        const uint8_t* row = area.row(j);
+        for (ptrdiff_t k = 0; k < 4; ++k)
+            rows[k + 1] = row + k * area.lineStep();
+        rows[0] = j == 0 ? rows[1] : rows[1] - area.lineStep();
+        rows[5] = j + 4 == height ? rows[4] : rows[4] + area.lineStep();
+    }
+};
+
 // Whether pixel (i, j) of one area is pixel (i, j) of the other, over all of their overlap.
 inline bool arePixelsShared(const AreaView& a, const AreaView& b)
 {
@@ -83,18 +97,16 @@ class WindowWalk
     template <class Four>
     void fourLines(uint32_t j, Four four) noexcept
     {
-        const WindowRows first = rowsAround(source_, overlap_.height, j);
-        const WindowRows last = rowsAround(source_, overlap_.height, j + 3);
-        const uint8_t* rows[6] = {first.upper, first.centre, first.lower, last.upper, last.centre, last.lower};
+        SixRows six(source_, overlap_.height, j);
         uint8_t* outs[4];
         for (uint32_t k = 0; k < 4; ++k)
             outs[k] = destination_.row(j + k);
-        fourEdges(rows, outs, four);
-        for (const uint8_t*& row : rows)
+        fourEdges(six.rows, outs, four);
+        for (const uint8_t*& row : six.rows)
             row += bytes;
         for (uint8_t*& out : outs)
             out += bytes;
-        four(rows, outs, overlap_.width - 2);
+        four(six.rows, outs, overlap_.width - 2);
     }
 
   private:

@@ -184,8 +184,8 @@ void sixthInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, s
     }
 }
 
-// Packed pixels: logic on single bits, on numbers that hold three bytes of a row and on registers.
-using Three = uint32_t;
+// Packed pixels: logic on single bits, on words and on registers.
+using Word = uint32_t;
 
 template <class Bits>
 Bits odd(Bits a, Bits b, Bits c)
@@ -308,19 +308,32 @@ Count<Lanes> countAcross(const uint8_t* row)
     return count(fromLeft<bits>(here, load<Lanes>(row - 1)), here, fromRight<bits>(here, load<Lanes>(row + 1)));
 }
 
-Three loadThree(const uint8_t* middle)
+// Of the pixels that have both neighbours in the word.
+template <unsigned bits>
+Word majorityOfWord(Word upper, Word centre, Word lower)
 {
-    return static_cast<Three>(middle[-1] << 16 | middle[0] << 8 | middle[1]);
+    const Count<Word> here = count(upper, centre, lower);
+    const Count<Word> left = {here.ones >> bits, here.twos >> bits};
+    const Count<Word> right = {here.ones << bits, here.twos << bits};
+    return select<Word>(Word{colourless<bits>} * 0x01010101U, centre, atLeastFive(left, here, right));
+}
+
+template <unsigned bits>
+void majorityInFourWords(const uint32_t* LX_RESTRICT rows, uint32_t* LX_RESTRICT results)
+{
+    for (unsigned j = 0; j < 4; ++j)
+        results[j] = majorityOfWord<bits>(rows[j], rows[j + 1], rows[j + 2]);
+}
+
+Word loadThree(const uint8_t* middle)
+{
+    return static_cast<Word>(middle[-1] << 16 | middle[0] << 8 | middle[1]);
 }
 
 template <unsigned bits>
 uint8_t majorityOfByte(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower)
 {
-    const Count<Three> here = count(loadThree(upper), loadThree(centre), loadThree(lower));
-    const Count<Three> left = {here.ones >> bits, here.twos >> bits};
-    const Count<Three> right = {here.ones << bits, here.twos << bits};
-    const Three result = atLeastFive(left, here, right) >> 8;
-    return static_cast<uint8_t>(select<Three>(colourless<bits>, *centre, result));
+    return static_cast<uint8_t>(majorityOfWord<bits>(loadThree(upper), loadThree(centre), loadThree(lower)) >> 8);
 }
 
 template <unsigned bits>
@@ -366,7 +379,8 @@ void majorityInFourRows(const uint8_t* const* rows, uint8_t* const* destinations
 
 } // namespace
 
-constexpr MedianKernels medianKernels = {sixthOfNine, sixthInFourRows,       majority<1>,
-                                         majority<4>, majorityInFourRows<1>, majorityInFourRows<4>};
+constexpr MedianKernels medianKernels = {
+    sixthOfNine,           sixthInFourRows,        majority<1>,           majority<4>, majorityInFourRows<1>,
+    majorityInFourRows<4>, majorityInFourWords<1>, majorityInFourWords<4>};
 
 } // namespace lx::LX_LEVEL

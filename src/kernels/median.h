@@ -28,6 +28,10 @@ struct MedianKernels {
     // Both for four rows that follow each other, like sixthInFourRows.
     void (*majorityOfBitsInFourRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes);
     void (*majorityOfNibblesInFourRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes);
+
+    // Both for rows of one word each, whose highest pixel is the leftmost. Pixels without a neighbour mean nothing.
+    void (*majorityOfBitsInFourWords)(const uint32_t* rows, uint32_t* results);
+    void (*majorityOfNibblesInFourWords)(const uint32_t* rows, uint32_t* results);
 };
 
 } // namespace lx

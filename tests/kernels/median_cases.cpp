@@ -72,6 +72,14 @@ const std::vector<KernelCase> medianKernelCases = {
              kernels.median->majorityOfNibblesInFourRows(rows, to, n);
          });
      }},
+    {"majorityInFourWords",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t) {
+         for (const auto words :
+              {kernels.median->majorityOfBitsInFourWords, kernels.median->majorityOfNibblesInFourWords}) {
+             const auto* rows = bench.from<uint32_t>(6, [&] { return bench.random().next(); });
+             words(rows, bench.to<uint32_t>(4));
+         }
+     }},
 };
 
 } // namespace lxtest
