@@ -4,7 +4,7 @@
 // taken from a small copy, in which the bits outside the area are replaced by its edge pixel; all others are read where
 // they lie. Results are made beside the rows and then copied to their place in the destination.
 //
-// Four lines may be worked on at a time, unless they are filtered in place. Both edge bytes of a line are then one
+// Several lines are worked on together, unless they are filtered in place. Both edge bytes of a line are then one
 // word, and the results of areas whose pixels lie alike in their bytes are written straight to the destination.
 //
 // Source and destination may be the same pixels, with the same meaning as in WindowWalk.
@@ -30,6 +30,7 @@ class PackedWindows
 {
   public:
     static constexpr size_t runBytes = 1024;
+    static constexpr uint32_t mostLines = 8; // that are worked on together
 
     PackedWindows(const AreaView& source, const AreaView& destination) noexcept
         : bits_(*kernels().bits), source_(source), destination_(destination), overlap_(source, destination),
@@ -70,27 +71,29 @@ class PackedWindows
         }
     }
 
-    // Whether the lines from j on can be worked on four at a time: they are wide enough, and none is changed before its
+    // How many lines from j on can be worked on together: none if they are too narrow, or one is changed before its
     // neighbours are done.
-    bool hasFour(uint32_t j) const { return !inPlace_ && bytes_ > 1 && overlap_.height - j >= 4; }
+    uint32_t linesAt(uint32_t j) const { return inPlace_ || bytes_ < 2 ? 0 : std::min(overlap_.height - j, mostLines); }
 
-    // As line() for lines j to j + 3, with `four(rows, outs, n)`: the lines and their neighbours are in rows[0] to
-    // rows[5], the results go to outs[0] to outs[3]. `fourWords(rows, results)` does so for six words.
-    template <class Four, class FourWords>
-    void fourLines(uint32_t j, Four four, FourWords fourWords) noexcept
+    // As line() for `count` lines, with `filter(rows, outs, count, n)`: the lines and their neighbours are in rows[0]
+    // to rows[count + 1], the results go to outs[0] to outs[count - 1]. `filterWords(rows, results, count)` does so for
+    // words.
+    template <class Filter, class FilterWords>
+    void lines(uint32_t j, uint32_t count, Filter filter, FilterWords filterWords) noexcept
     {
-        const SixRows six(source_, overlap_.height, j);
-        uint32_t words[6];
-        for (unsigned row = 0; row < 6; ++row)
-            words[row] = edgeWord(six.rows[row]);
-        uint32_t edges[4];
+        const uint8_t* rows[mostLines + 2];
+        gatherRows(source_, overlap_.height, j, count, rows);
+        uint32_t words[mostLines + 2];
+        for (uint32_t row = 0; row < count + 2; ++row)
+            words[row] = edgeWord(rows[row]);
+        uint32_t edges[mostLines];
         if (destination_.phase() * bits == phase_) {
-            fourLinesAtHome(j, six.rows, four);
-            fourWords(words, edges);
-            placeEdges(j, edges);
+            filterAtHome(j, count, rows, filter);
+            filterWords(words, edges, count);
+            placeEdges(j, count, edges);
         } else {
-            fourWords(words, edges);
-            fourLinesBeside(j, six.rows, edges, four);
+            filterWords(words, edges, count);
+            filterBeside(j, count, rows, edges, filter);
         }
     }
 
@@ -152,47 +155,48 @@ class PackedWindows
     static uint8_t lastOf(uint32_t edges) { return static_cast<uint8_t>(edges >> 4); }
 
     // Results lie in their bytes as the pixels do, and go where they belong: all but those of the edges.
-    template <class Four>
-    void fourLinesAtHome(uint32_t j, const uint8_t* const* rows, Four four)
+    template <class Filter>
+    void filterAtHome(uint32_t j, uint32_t count, const uint8_t* const* rows, Filter filter)
     {
-        const uint8_t* here[6];
-        uint8_t* outs[4];
-        for (unsigned row = 0; row < 6; ++row)
+        const uint8_t* here[mostLines + 2];
+        uint8_t* outs[mostLines];
+        for (uint32_t row = 0; row < count + 2; ++row)
             here[row] = rows[row] + 1;
-        for (ptrdiff_t line = 0; line < 4; ++line)
-            outs[line] = destination_.row(j) + line * destination_.lineStep() + 1;
+        uint8_t* out = destination_.row(j) + 1;
+        for (uint32_t line = 0; line < count; ++line, out += destination_.lineStep())
+            outs[line] = out;
         if (bytes_ > 2)
-            four(here, outs, bytes_ - 2);
+            filter(here, outs, count, bytes_ - 2);
     }
 
-    void placeEdges(uint32_t j, const uint32_t* edges) const
+    void placeEdges(uint32_t j, uint32_t count, const uint32_t* edges) const
     {
         uint8_t* out = destination_.row(j);
-        for (unsigned line = 0; line < 4; ++line, out += destination_.lineStep()) {
+        for (uint32_t line = 0; line < count; ++line, out += destination_.lineStep()) {
             uint8_t* end = out + bytes_ - 1;
             *out = mixed(firstOf(edges[line]), *out, 0xFFU >> phase_);
             *end = mixed(lastOf(edges[line]), *end, 0xFFU << tail_);
         }
     }
 
-    template <class Four>
-    void fourLinesBeside(uint32_t j, const uint8_t* const* rows, const uint32_t* edges, Four four)
+    template <class Filter>
+    void filterBeside(uint32_t j, uint32_t count, const uint8_t* const* rows, const uint32_t* edges, Filter filter)
     {
         for (size_t k = 0; k < bytes_; k += runBytes) {
             const PackedRun run = runAt(k);
             const bool isLast = k + run.bytes == bytes_;
             const size_t from = k == 0 ? 1 : 0;
             const size_t to = isLast ? run.bytes - 1 : run.bytes;
-            const uint8_t* here[6];
-            uint8_t* outs[4];
-            for (unsigned row = 0; row < 6; ++row)
+            const uint8_t* here[mostLines + 2];
+            uint8_t* outs[mostLines];
+            for (uint32_t row = 0; row < count + 2; ++row)
                 here[row] = rows[row] + k + from;
-            for (unsigned line = 0; line < 4; ++line)
-                outs[line] = fourOuts_[line] + from;
+            for (uint32_t line = 0; line < count; ++line)
+                outs[line] = outs_[line] + from;
             if (from < to)
-                four(here, outs, to - from);
-            for (unsigned line = 0; line < 4; ++line) {
-                uint8_t* out = fourOuts_[line];
+                filter(here, outs, count, to - from);
+            for (uint32_t line = 0; line < count; ++line) {
+                uint8_t* out = outs_[line];
                 if (isLast)
                     out[run.bytes - 1] = lastOf(edges[line]);
                 if (k == 0)
@@ -243,7 +247,7 @@ class PackedWindows
     const bool inPlace_;
     alignas(64) uint8_t centre_[runBytes + 2];
     alignas(64) uint8_t out_[runBytes];
-    alignas(64) uint8_t fourOuts_[4][runBytes];
+    alignas(64) uint8_t outs_[mostLines][runBytes];
 };
 
 } // namespace lx

@@ -31,19 +31,15 @@ inline WindowRows rowsAround(const AreaView& area, uint32_t height, uint32_t j)
     return {j == 0 ? centre : area.row(j - 1), centre, j + 1 == height ? centre : area.row(j + 1)};
 }
 
-// Lines j to j + 3 and their neighbours, likewise.
-struct SixRows {
-    const uint8_t* rows[6];
-
-    SixRows(const AreaView& area, uint32_t height, uint32_t j)
-    {
-        const uint8_t* row = area.row(j);
-        for (ptrdiff_t k = 0; k < 4; ++k)
-            rows[k + 1] = row + k * area.lineStep();
-        rows[0] = j == 0 ? rows[1] : rows[1] - area.lineStep();
-        rows[5] = j + 4 == height ? rows[4] : rows[4] + area.lineStep();
-    }
-};
+// Lines j to j + count - 1 between their neighbours, likewise: rows[0] to rows[count + 1].
+inline void gatherRows(const AreaView& area, uint32_t height, uint32_t j, uint32_t count, const uint8_t** rows)
+{
+    const uint8_t* row = area.row(j);
+    rows[0] = j == 0 ? row : row - area.lineStep();
+    for (uint32_t k = 1; k <= count; ++k, row += area.lineStep())
+        rows[k] = row;
+    rows[count + 1] = j + count == height ? rows[count] : row;
+}
 
 // Whether pixel (i, j) of one area is pixel (i, j) of the other, over all of their overlap.
 inline bool arePixelsShared(const AreaView& a, const AreaView& b)
@@ -97,16 +93,17 @@ class WindowWalk
     template <class Four>
     void fourLines(uint32_t j, Four four) noexcept
     {
-        SixRows six(source_, overlap_.height, j);
+        const uint8_t* rows[6];
+        gatherRows(source_, overlap_.height, j, 4, rows);
         uint8_t* outs[4];
         for (uint32_t k = 0; k < 4; ++k)
             outs[k] = destination_.row(j + k);
-        fourEdges(six.rows, outs, four);
-        for (const uint8_t*& row : six.rows)
+        fourEdges(rows, outs, four);
+        for (const uint8_t*& row : rows)
             row += bytes;
         for (uint8_t*& out : outs)
             out += bytes;
-        four(six.rows, outs, overlap_.width - 2);
+        four(rows, outs, overlap_.width - 2);
     }
 
   private:

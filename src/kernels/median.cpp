@@ -9,8 +9,8 @@
 // sorted, the sixth smallest, which is the fourth greatest, is max(d, min(c, high), min(b, mid), min(a, low)).
 //
 // Majority: a full adder per column of three gives two-bit counts for a whole register of pixels at once; three such
-// counts, shifted to one place, are added and compared with 5 by logic alone. Four rows of results count along the rows
-// instead, so that each count serves three of them.
+// counts, shifted to one place, are added and compared with 5 by logic alone. Several rows of results count along the
+// rows instead, so that each count serves three of them.
 //
 // The last block of a row overlaps the one before it, so that long rows need no loop over single bytes.
 
@@ -319,9 +319,9 @@ Word majorityOfWord(Word upper, Word centre, Word lower)
 }
 
 template <unsigned bits>
-void majorityInFourWords(const uint32_t* LX_RESTRICT rows, uint32_t* LX_RESTRICT results)
+void majorityInWords(const uint32_t* LX_RESTRICT rows, uint32_t* LX_RESTRICT results, size_t count)
 {
-    for (unsigned j = 0; j < 4; ++j)
+    for (size_t j = 0; j < count; ++j)
         results[j] = majorityOfWord<bits>(rows[j], rows[j + 1], rows[j + 2]);
 }
 
@@ -352,25 +352,23 @@ void majority(const uint8_t* LX_RESTRICT upper, const uint8_t* LX_RESTRICT centr
 }
 
 template <unsigned bits>
-void majorityInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes)
+void majorityInRows(const uint8_t* const* rows, uint8_t* const* destinations, size_t count, size_t bytes)
 {
     if (bytes < laneBytes) {
-        for (unsigned j = 0; j < 4; ++j)
+        for (size_t j = 0; j < count; ++j)
             majority<bits>(rows[j], rows[j + 1], rows[j + 2], destinations[j], bytes);
         return;
     }
-    const uint8_t* const own[6] = {rows[0], rows[1], rows[2], rows[3], rows[4], rows[5]};
-    uint8_t* const to[4] = {destinations[0], destinations[1], destinations[2], destinations[3]};
     for (size_t k = 0; k < bytes; k += laneBytes) {
         const size_t at = k + laneBytes <= bytes ? k : bytes - laneBytes;
-        Count<Lanes> upper = countAcross<bits>(own[0] + at);
-        Count<Lanes> centre = countAcross<bits>(own[1] + at);
-        for (unsigned j = 0; j < 4; ++j) {
-            const Count<Lanes> lower = countAcross<bits>(own[j + 2] + at);
+        Count<Lanes> upper = countAcross<bits>(rows[0] + at);
+        Count<Lanes> centre = countAcross<bits>(rows[1] + at);
+        for (size_t j = 0; j < count; ++j) {
+            const Count<Lanes> lower = countAcross<bits>(rows[j + 2] + at);
             Lanes result = atLeastFive(upper, centre, lower);
             if constexpr (colourless<bits> != 0)
-                result = select(fill(colourless<bits>), load<Lanes>(own[j + 1] + at), result);
-            std::memcpy(to[j] + at, &result, sizeof result);
+                result = select(fill(colourless<bits>), load<Lanes>(rows[j + 1] + at), result);
+            std::memcpy(destinations[j] + at, &result, sizeof result);
             upper = centre;
             centre = lower;
         }
@@ -379,8 +377,7 @@ void majorityInFourRows(const uint8_t* const* rows, uint8_t* const* destinations
 
 } // namespace
 
-constexpr MedianKernels medianKernels = {
-    sixthOfNine,           sixthInFourRows,        majority<1>,           majority<4>, majorityInFourRows<1>,
-    majorityInFourRows<4>, majorityInFourWords<1>, majorityInFourWords<4>};
+constexpr MedianKernels medianKernels = {sixthOfNine,       sixthInFourRows,   majority<1>,        majority<4>,
+                                         majorityInRows<1>, majorityInRows<4>, majorityInWords<1>, majorityInWords<4>};
 
 } // namespace lx::LX_LEVEL
