@@ -145,8 +145,10 @@ class PackedWindows
     uint32_t edgeWord(const uint8_t* row) const
     {
         const uint8_t* end = row + bytes_ - 1;
-        const unsigned own = row[0] << 20 | (row[1] & 0xF0) << 12 | (end[-1] & 0x0F) << 12 | end[0] << 4;
-        const unsigned edges =
+        const uint32_t firstTwo = uint32_t{row[0]} << 8 | row[1];
+        const uint32_t lastTwo = uint32_t{end[-1]} << 8 | end[0];
+        const uint32_t own = firstTwo >> 4 << 16 | (lastTwo << 4 & 0xFFFF);
+        const uint32_t edges =
             repeated(row[0] >> (8 - bits - phase_)) * 0x01010000U | repeated(end[0] >> tail_) * 0x0101U;
         return (own & inside_) | (edges & ~inside_);
     }

@@ -107,16 +107,20 @@ template <class Copy>
     const uint8_t* line = row.line;
     const int32_t* climb = climbs;
     size_t column = row.column;
-    for (int32_t k = 0, stall = 0; k < end; ++stall, --column) {
+    int32_t k = 0;
+    const auto copyUpTo = [&](int32_t to) {
+        copy(line, column + static_cast<size_t>(k), static_cast<size_t>(to - k), static_cast<size_t>(k));
+        k = to;
+    };
+    for (int32_t stall = 0;; ++stall) {
         const int32_t next = stepAt(stalls, stall, end);
         const int32_t pieceEnd = next < end ? next : end;
-        const auto copyUpTo = [&](int32_t to) {
-            copy(line, column + static_cast<size_t>(k), static_cast<size_t>(to - k), static_cast<size_t>(k));
-            k = to;
-        };
         for (; *climb < pieceEnd; line += lineStep)
             copyUpTo(*climb++);
         copyUpTo(pieceEnd);
+        if (pieceEnd == end)
+            return;
+        --column;
     }
 }
 
