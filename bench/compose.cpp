@@ -6,17 +6,6 @@ namespace bench
 namespace
 {
 
-constexpr Shape colorPage{IMAGE_TYPE_16MRGB};
-constexpr Shape grayPage{IMAGE_TYPE_256GRAY};
-constexpr Shape bilevelPage{IMAGE_TYPE_BW};
-constexpr Shape eightColors{IMAGE_TYPE_8RGB};
-
-constexpr Shape shifted(Shape shape, uint32_t x)
-{
-    shape.x = x;
-    return shape;
-}
-
 AreaWork paste(uint16_t sourceType, uint16_t useKey)
 {
     return [=, palette = paletteOf(sourceType)](const ImageArea* source, const ImageArea* destination) {

@@ -12,17 +12,6 @@ namespace bench
 namespace
 {
 
-constexpr Shape colorPage{IMAGE_TYPE_16MRGB};
-constexpr Shape grayPage{IMAGE_TYPE_256GRAY};
-constexpr Shape gray16Page{IMAGE_TYPE_16GRAY};
-constexpr Shape bilevelPage{IMAGE_TYPE_BW};
-
-constexpr Shape shifted(Shape shape, uint32_t x)
-{
-    shape.x = x;
-    return shape;
-}
-
 struct SourceType {
     uint16_t type;
     const char* name;

@@ -6,10 +6,6 @@ namespace bench
 namespace
 {
 
-constexpr Shape colorPage{IMAGE_TYPE_16MRGB};
-constexpr Shape grayPage{IMAGE_TYPE_256GRAY};
-constexpr Shape bilevelPage{IMAGE_TYPE_BW};
-
 InPlaceWork tone()
 {
     GammaTable table{};

@@ -27,6 +27,20 @@ struct Shape {
     uint32_t x = 0;
 };
 
+constexpr Shape bilevelPage{IMAGE_TYPE_BW};
+constexpr Shape gray16Page{IMAGE_TYPE_16GRAY};
+constexpr Shape grayPage{IMAGE_TYPE_256GRAY};
+constexpr Shape eightColors{IMAGE_TYPE_8RGB};
+constexpr Shape sixteenColors{IMAGE_TYPE_16RGB};
+constexpr Shape cubeColors{IMAGE_TYPE_256RGB};
+constexpr Shape colorPage{IMAGE_TYPE_16MRGB};
+
+constexpr Shape shifted(Shape shape, uint32_t x)
+{
+    shape.x = x;
+    return shape;
+}
+
 // Bytes that hold the pixels of a shape: what an operation on it has to read or write.
 std::size_t bytesOf(const Shape& shape);
 

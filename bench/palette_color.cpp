@@ -8,11 +8,6 @@ namespace bench
 namespace
 {
 
-constexpr Shape colorPage{IMAGE_TYPE_16MRGB};
-constexpr Shape eightColors{IMAGE_TYPE_8RGB};
-constexpr Shape sixteenColors{IMAGE_TYPE_16RGB};
-constexpr Shape cubeColors{IMAGE_TYPE_256RGB};
-
 int8_t threshold(const ImageArea* source, const ImageArea* destination)
 {
     constexpr ThresholdLevel middle{0, 10};

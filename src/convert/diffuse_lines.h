@@ -19,8 +19,8 @@ inline bool isFinite(const ErrorDiffusionKernel& kernel)
            std::isfinite(kernel.lowerRight);
 }
 
-// Diffuses lines in wavefronts as long as a line is left after them: the last line goes through the work row, which the
-// caller may look at. Returns the number of lines done. wavefront(lines) is one of the diffusing kernels.
+// Diffuses all lines but the last one in wavefronts: the last line goes through the work row, which the caller may look
+// at. Returns the number of lines done. wavefront(lines) is one of the diffusing kernels.
 template <class Wavefront>
 uint32_t diffuseInWavefronts(const ErrorDiffusionKernel& kernel, double* carry, const AreaView& source,
                              const AreaView& destination, const Overlap& overlap, Progress& progress,
@@ -40,10 +40,8 @@ uint32_t diffuseInWavefronts(const ErrorDiffusionKernel& kernel, double* carry, 
             lines.source[k] = source.row(j + k);
             lines.destination[k] = destination.row(j + k);
         }
-        const unsigned taken = wavefront(lines);
-        if (taken == 0)
-            break;
-        for (uint32_t k = 0; k < taken; ++k)
+        wavefront(lines);
+        for (uint32_t k = 0; k < lines.count; ++k)
             progress.lineDone(j++, overlap.height);
     }
     return j;

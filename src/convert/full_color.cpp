@@ -65,11 +65,9 @@ int8_t lxImageTypeConvertTo16MRGBFrom8RGB(uint16_t windowSize, const ImageArea* 
     const PixelKernels& pixels = *kernels().pixels;
     RowReader reader(from);
     constexpr double rounding = 0.0; // truncates where bilevel windows round: deliberately
-    shadeWindows<3>(
-        windowSize, Overlap(from, to), progress, rounding,
-        [&](unsigned component, uint32_t i, uint32_t j, uint32_t n, uint8_t* flags) {
-            pixels.bit(reader.read(i, j, n), flags, n, component);
-        },
-        [&](unsigned component, uint32_t i, uint32_t j) { return to.at(i, j) + componentPlace(to, component); });
+    shadeWindows<3>(windowSize, to, Overlap(from, to), progress, rounding,
+                    [&](unsigned place, uint32_t i, uint32_t j, uint32_t n, uint8_t* flags) {
+                        pixels.bit(reader.read(i, j, n), flags, n, componentPlace(to, place));
+                    });
     return IMAGE_STATUS_OK;
 }

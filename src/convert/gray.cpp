@@ -91,8 +91,7 @@ int8_t lxImageTypeConvertToGrayscaleFromBW(uint16_t windowSize, const ImageArea*
     RowReader reader(from);
     constexpr double rounding = 0.5;
     shadeWindows<1>(
-        windowSize, Overlap(from, to), progress, rounding,
-        [&](unsigned, uint32_t i, uint32_t j, uint32_t n, uint8_t* flags) { reader.readTo(flags, i, j, n); },
-        [&](unsigned, uint32_t i, uint32_t j) { return to.at(i, j); });
+        windowSize, to, Overlap(from, to), progress, rounding,
+        [&](unsigned, uint32_t i, uint32_t j, uint32_t n, uint8_t* flags) { reader.readTo(flags, i, j, n); });
     return IMAGE_STATUS_OK;
 }

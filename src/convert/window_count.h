@@ -104,7 +104,8 @@ class WindowStrip
     alignas(64) uint8_t leaving_[chunkPixels];
 };
 
-// Windows of one plane whose counts are bytes.
+// Windows whose counts are bytes, in `Planes` planes.
+template <unsigned Planes>
 class SmallWindows
 {
   public:
@@ -117,21 +118,26 @@ class SmallWindows
 
     uint32_t columns() const { return strip_.columns; }
 
-    // Shades line j: level(plane) is where the first column's level goes.
-    template <class Fetch, class Level>
-    void shade(uint32_t j, Fetch fetch, Level level)
+    // Lines are taken in order.
+    template <class Fetch>
+    void moveTo(uint32_t j, Fetch fetch)
     {
         strip_.moveTo(j, [&](const WindowStrip::Rows& rows) {
-            strip_.walkColumns(0, strip_.left, strip_.columns + strip_.size - 1, rows, fetch,
-                               [&](uint32_t k, uint32_t n, const uint8_t* entering, const uint8_t* leaving) {
-                                   strip_.kernels.slideColumns(entering, leaving, counts_ + k, n);
-                               });
+            for (unsigned plane = 0; plane < Planes; ++plane) {
+                strip_.walkColumns(plane, strip_.left, strip_.columns + strip_.size - 1, rows, fetch,
+                                   [&](uint32_t k, uint32_t n, const uint8_t* entering, const uint8_t* leaving) {
+                                       strip_.kernels.slideColumns(entering, leaving, counts_[plane] + k, n);
+                                   });
+            }
         });
         setRows(strip_.rowsInWindow(j));
-        uint8_t* levels = level(0);
+    }
+
+    void shade(unsigned plane, uint8_t* levels) const
+    {
         const uint32_t whole = strip_.wholeWindows();
-        strip_.kernels.shadeSums(counts_, strip_.size, levels_, levels, whole);
-        shadeCut(levels, whole, strip_.rowsInWindow(j));
+        strip_.kernels.shadeSums(counts_[plane], strip_.size, levels_, levels, whole);
+        shadeCut(counts_[plane], levels, whole);
     }
 
   private:
@@ -145,28 +151,28 @@ class SmallWindows
         std::iota(counts, counts + 256, 0U);
         std::fill(scales, scales + 256, strip_.scale(strip_.size, rows));
         const uint32_t possible = strip_.size * rows + 1;
-        strip_.kernels.shade(counts, scales, levels_, 1, possible, strip_.step, strip_.rounding);
+        strip_.kernels.shade(counts, scales, levels_, possible, strip_.step, strip_.rounding);
     }
 
     // The windows from column `first` on, which are cut at the right: fewer than `size`.
-    void shadeCut(uint8_t* levels, uint32_t first, uint32_t rows) const
+    void shadeCut(const uint8_t* columns, uint8_t* levels, uint32_t first) const
     {
         uint32_t counts[mostSize];
         float scales[mostSize];
         // They end at the right edge, which may lie in the next strip: nothing is counted beyond it.
-        uint32_t sum = std::accumulate(counts_ + strip_.columns, counts_ + strip_.columns + strip_.size, 0U);
+        uint32_t sum = std::accumulate(columns + strip_.columns, columns + strip_.columns + strip_.size, 0U);
         for (uint32_t k = strip_.columns; k-- > first;) {
-            sum += counts_[k];
+            sum += columns[k];
             counts[k - first] = sum;
-            scales[k - first] = strip_.scale(strip_.columnsInWindow(k), rows);
+            scales[k - first] = strip_.scale(strip_.columnsInWindow(k), rows_);
         }
-        strip_.kernels.shade(counts, scales, levels + first, 1, strip_.columns - first, strip_.step, strip_.rounding);
+        strip_.kernels.shade(counts, scales, levels + first, strip_.columns - first, strip_.step, strip_.rounding);
     }
 
     WindowStrip strip_;
     uint32_t rows_ = 0;
     uint8_t levels_[256] = {}; // of the counts of windows that are not cut at the right
-    alignas(64) uint8_t counts_[WindowStrip::mostColumns + mostSize + 64] = {}; // of columns
+    alignas(64) uint8_t counts_[Planes][WindowStrip::mostColumns + mostSize + 64] = {}; // of columns
 };
 
 // Windows of any size, in `Planes` planes.
@@ -181,18 +187,20 @@ class LargeWindows
 
     uint32_t columns() const { return strip_.columns; }
 
-    // Shades line j: level(plane) is where the first column's level goes.
-    template <class Fetch, class Level>
-    void shade(uint32_t j, Fetch fetch, Level level)
+    // Lines are taken in order.
+    template <class Fetch>
+    void moveTo(uint32_t j, Fetch fetch)
     {
         strip_.moveTo(j, [&](const WindowStrip::Rows& rows) {
             for (unsigned plane = 0; plane < Planes; ++plane)
                 move(plane, rows, fetch);
         });
         setRows(strip_.rowsInWindow(j));
-        for (unsigned plane = 0; plane < Planes; ++plane)
-            strip_.kernels.shade(counts_[plane], scales_, level(plane), Planes, strip_.columns, strip_.step,
-                                 strip_.rounding);
+    }
+
+    void shade(unsigned plane, uint8_t* levels) const
+    {
+        strip_.kernels.shade(counts_[plane], scales_, levels, strip_.columns, strip_.step, strip_.rounding);
     }
 
   private:
@@ -248,32 +256,51 @@ class LargeWindows
     alignas(64) int8_t gains_[2 * reach];
 };
 
-template <class Windows, class Fetch, class Level>
-void shadeStrips(uint32_t size, const Overlap& overlap, ProgressCallback progress, double rounding, Fetch fetch,
-                 Level level)
+// Shades a line of bytes, or of triples with a plane for each of their bytes.
+template <unsigned Planes, class Windows>
+void shadeLine(const Windows& windows, uint8_t* line)
+{
+    if constexpr (Planes == 1) {
+        windows.shade(0, line);
+    } else {
+        static_assert(Planes == 3);
+        alignas(64) uint8_t levels[3][WindowStrip::mostColumns];
+        for (unsigned plane = 0; plane < 3; ++plane)
+            windows.shade(plane, levels[plane]);
+        kernels().window->join(levels[0], levels[1], levels[2], line, windows.columns());
+    }
+}
+
+template <unsigned Planes, class Windows, class Fetch>
+void shadeStrips(uint32_t size, const AreaView& destination, const Overlap& overlap, ProgressCallback progress,
+                 double rounding, Fetch fetch)
 {
     uint32_t left = 0;
     do {
         Windows windows(size, overlap, left, rounding);
         const bool last = windows.columns() == overlap.width - left;
         walkLines(overlap.height, last ? progress : nullptr, [&](uint32_t j) {
-            if (windows.columns() != 0)
-                windows.shade(j, fetch, [&](unsigned plane) { return level(plane, left, j); });
+            if (windows.columns() == 0)
+                return;
+            windows.moveTo(j, fetch);
+            shadeLine<Planes>(windows, destination.at(left, j));
         });
         left += windows.columns();
     } while (left < overlap.width);
 }
 
-// Shades `Planes` bit planes into interleaved bytes. fetch(plane, i, j, n, flags) unpacks the pixels i to i + n - 1 of
-// line j, at most chunkPixels, to 0 and 1; level(plane, i, j) is where the level of pixel i of line j goes.
-template <unsigned Planes, class Fetch, class Level>
-void shadeWindows(uint32_t size, const Overlap& overlap, ProgressCallback progress, double rounding, Fetch fetch,
-                  Level level)
+// Shades bit planes, a plane for each byte of the destination's pixels. fetch(plane, i, j, n, flags) unpacks the pixels
+// i to i + n - 1 of line j, at most chunkPixels, to 0 and 1.
+template <unsigned Planes, class Fetch>
+void shadeWindows(uint32_t size, const AreaView& destination, const Overlap& overlap, ProgressCallback progress,
+                  double rounding, Fetch fetch)
 {
-    if (Planes == 1 && size <= SmallWindows::mostSize)
-        shadeStrips<SmallWindows>(size, overlap, progress, rounding, fetch, level);
+    using Small = SmallWindows<Planes>;
+    using Large = LargeWindows<Planes>;
+    if (size <= Small::mostSize)
+        shadeStrips<Planes, Small>(size, destination, overlap, progress, rounding, fetch);
     else
-        shadeStrips<LargeWindows<Planes>>(size, overlap, progress, rounding, fetch, level);
+        shadeStrips<Planes, Large>(size, destination, overlap, progress, rounding, fetch);
 }
 
 } // namespace lx

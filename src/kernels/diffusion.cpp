@@ -3,7 +3,8 @@
 // A line is a chain: a pixel waits for the error of its left neighbour. But a line needs of the line above only what
 // lies up to one pixel ahead of it, so line j + 1 can follow line j a little behind. Here each lane of a vector is a
 // line, and each follows the one above by a block of eight pixels: at time t, lane l works on block t - l. Blocks are
-// aligned to destination bytes, so that eight steps of a lane make one byte.
+// aligned to destination bytes, so that eight steps of a lane make one byte. A lane at the end of its line goes on with
+// a line further down, so that a wavefront once started runs through all the lines it is given.
 //
 // The carried errors of a block pass from lane to lane through a ring of eight vectors, rotated by one lane: what lane
 // l finishes at time t, lane l + 1 takes up at time t + 1. The first lane takes the caller's carry row in, and what
@@ -13,201 +14,18 @@
 // behind the first to find its carry row; for colour, the three channels.
 //
 // All sums are those of the raster scan, in the same order. A pixel outside the line takes part with an error of 0:
-// adding +0 changes no sum of an entry that is ever read. The outermost entries, which only collect, are added up in
-// line order at the end.
+// adding +0 changes no sum of an entry that is ever read. What belongs into the outermost entries, which only collect,
+// is added as lines come to their ends, one after the other.
 
-#include "kernels/bit_words.h"
+#include "kernels/diffusion_lanes.h"
+#include "kernels/diffusion_schedule.h"
 #include "kernels/kernel_tables.h"
-
-#include <cstring>
-
-#if defined(LX_LEVEL_v3) || defined(LX_LEVEL_v4)
-#include <immintrin.h>
-#endif
 
 namespace lx::LX_LEVEL
 {
 
 namespace
 {
-
-#if defined(LX_LEVEL_v4)
-
-// Eight doubles, one for each line. min and max give their second operand when one is not a number.
-struct Lanes {
-    static constexpr int count = 8;
-    using Vector = __m512d;
-    using Flags = __mmask8;
-
-    static Vector all(double value) { return _mm512_set1_pd(value); }
-    static Vector fromBytes(const uint8_t* bytes)
-    {
-        return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes))));
-    }
-    static Vector add(Vector a, Vector b) { return _mm512_add_pd(a, b); }
-    static Vector multiply(Vector a, Vector b) { return _mm512_mul_pd(a, b); }
-    static Vector least(Vector a, Vector b) { return _mm512_min_pd(a, b); }
-    static Vector greatest(Vector a, Vector b) { return _mm512_max_pd(a, b); }
-    static Flags atLeast(Vector a, Vector b) { return _mm512_cmp_pd_mask(a, b, _CMP_GE_OQ); }
-    static Vector subtractWhere(Flags flags, Vector a, Vector b) { return _mm512_mask_sub_pd(a, flags, a, b); }
-    static Vector keep(unsigned bits, Vector v) { return _mm512_maskz_mov_pd(static_cast<Flags>(bits), v); }
-    static unsigned bits(Flags flags) { return flags; }
-    static void storeFirst(double* to, Vector v) { _mm_store_sd(to, _mm512_castpd512_pd128(v)); }
-    static Vector withFirst(Vector v, const double* value)
-    {
-        return _mm512_mask_broadcastsd_pd(v, 1, _mm_load_sd(value));
-    }
-    // Lane l to lane l + 1, the last to the first.
-    static Vector rotate(Vector v)
-    {
-        const __m512i i = _mm512_castpd_si512(v);
-        return _mm512_castsi512_pd(_mm512_alignr_epi64(i, i, 7));
-    }
-    static void store(double* to, Vector v) { _mm512_storeu_pd(to, v); }
-
-    // rows[l] holds eight bytes of lane l; tile[s] gets byte s of every lane.
-    static void transpose(const uint64_t* rows, uint8_t (*tile)[count])
-    {
-        // Put together in registers: a load would have to wait until all eight stores are through.
-        const auto pair = [&](int l) {
-            const __m128i low = _mm_cvtsi64_si128(static_cast<int64_t>(rows[l]));
-            return _mm_insert_epi64(low, static_cast<int64_t>(rows[l + 1]), 1);
-        };
-        const __m256i half = _mm256_inserti128_si256(_mm256_castsi128_si256(pair(0)), pair(2), 1);
-        const __m256i other = _mm256_inserti128_si256(_mm256_castsi128_si256(pair(4)), pair(6), 1);
-        const __m512i v = _mm512_inserti64x4(_mm512_castsi256_si512(half), other, 1);
-        const __m512i columns =
-            _mm512_set_epi8(63, 55, 47, 39, 31, 23, 15, 7, 62, 54, 46, 38, 30, 22, 14, 6, 61, 53, 45, 37, 29, 21, 13, 5,
-                            60, 52, 44, 36, 28, 20, 12, 4, 59, 51, 43, 35, 27, 19, 11, 3, 58, 50, 42, 34, 26, 18, 10, 2,
-                            57, 49, 41, 33, 25, 17, 9, 1, 56, 48, 40, 32, 24, 16, 8, 0);
-        _mm512_storeu_si512(tile, _mm512_permutexvar_epi8(columns, v));
-    }
-};
-
-// Byte s holds a bit for each lane; byte l of the result has the bits of lane l, the first step highest: a bit matrix
-// product with unit vectors picks the columns.
-uint64_t bitsByLane(uint64_t steps)
-{
-    const __m128i units = _mm_cvtsi64_si128(static_cast<int64_t>(0x8040201008040201ULL));
-    const __m128i matrix = _mm_cvtsi64_si128(static_cast<int64_t>(steps));
-    return static_cast<uint64_t>(_mm_cvtsi128_si64(timesMatrix(units, matrix)));
-}
-
-#elif defined(LX_LEVEL_v3)
-
-// Four doubles, one for each line. min and max give their second operand when one is not a number.
-struct Lanes {
-    static constexpr int count = 4;
-    using Vector = __m256d;
-    using Flags = __m256d;
-
-    static Vector all(double value) { return _mm256_set1_pd(value); }
-    static Vector fromBytes(const uint8_t* bytes)
-    {
-        int32_t four;
-        std::memcpy(&four, bytes, sizeof four);
-        return _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(four)));
-    }
-    static Vector add(Vector a, Vector b) { return _mm256_add_pd(a, b); }
-    static Vector multiply(Vector a, Vector b) { return _mm256_mul_pd(a, b); }
-    static Vector least(Vector a, Vector b) { return _mm256_min_pd(a, b); }
-    static Vector greatest(Vector a, Vector b) { return _mm256_max_pd(a, b); }
-    static Flags atLeast(Vector a, Vector b) { return _mm256_cmp_pd(a, b, _CMP_GE_OQ); }
-    static Vector subtractWhere(Flags flags, Vector a, Vector b) { return _mm256_sub_pd(a, _mm256_and_pd(flags, b)); }
-    static Vector keep(unsigned bits, Vector v)
-    {
-        const __m256i places = _mm256_setr_epi64x(1, 2, 4, 8);
-        const __m256i set = _mm256_and_si256(_mm256_set1_epi64x(static_cast<int64_t>(bits)), places);
-        return _mm256_and_pd(v, _mm256_castsi256_pd(_mm256_cmpeq_epi64(set, places)));
-    }
-    static unsigned bits(Flags flags) { return static_cast<unsigned>(_mm256_movemask_pd(flags)); }
-    static void storeFirst(double* to, Vector v) { _mm_store_sd(to, _mm256_castpd256_pd128(v)); }
-    static Vector withFirst(Vector v, const double* value) { return _mm256_blend_pd(v, _mm256_broadcast_sd(value), 1); }
-    // Lane l to lane l + 1, the last to the first.
-    static Vector rotate(Vector v) { return _mm256_permute4x64_pd(v, 0x93); }
-    static void store(double* to, Vector v) { _mm256_storeu_pd(to, v); }
-
-    // rows[l] holds eight bytes of lane l; tile[s] gets byte s of every lane.
-    static void transpose(const uint64_t* rows, uint8_t (*tile)[count])
-    {
-        const auto row = [&](int l) { return _mm_cvtsi64_si128(static_cast<int64_t>(rows[l])); };
-        const __m128i a = _mm_unpacklo_epi8(row(0), row(1));
-        const __m128i b = _mm_unpacklo_epi8(row(2), row(3));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(tile[0]), _mm_unpacklo_epi16(a, b));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(tile[4]), _mm_unpackhi_epi16(a, b));
-    }
-};
-
-#else
-
-// Two doubles, one for each line, in the compiler's own vectors. least and greatest give their second operand when one
-// is not a number.
-struct Lanes {
-    static constexpr int count = 2;
-    using Vector = double __attribute__((vector_size(16)));
-    using Flags = int64_t __attribute__((vector_size(16)));
-
-    static Vector all(double value) { return Vector{value, value}; }
-    static Vector fromBytes(const uint8_t* bytes)
-    {
-        return Vector{static_cast<double>(bytes[0]), static_cast<double>(bytes[1])};
-    }
-    static Vector add(Vector a, Vector b) { return a + b; }
-    static Vector multiply(Vector a, Vector b) { return a * b; }
-    static Vector least(Vector a, Vector b) { return choose(a < b, a, b); }
-    static Vector greatest(Vector a, Vector b) { return choose(a > b, a, b); }
-    static Flags atLeast(Vector a, Vector b) { return a >= b; }
-    static Vector subtractWhere(Flags flags, Vector a, Vector b)
-    {
-        return a - reinterpret_cast<Vector>(reinterpret_cast<Flags>(b) & flags);
-    }
-    static Vector choose(Flags flags, Vector yes, Vector no)
-    {
-        return reinterpret_cast<Vector>((reinterpret_cast<Flags>(yes) & flags) |
-                                        (reinterpret_cast<Flags>(no) & ~flags));
-    }
-    static Vector keep(unsigned bits, Vector v)
-    {
-        const Flags flags = {-static_cast<int64_t>(bits & 1), -static_cast<int64_t>(bits >> 1 & 1)};
-        return reinterpret_cast<Vector>(reinterpret_cast<Flags>(v) & flags);
-    }
-    static unsigned bits(Flags flags) { return static_cast<unsigned>((flags[0] & 1) | (flags[1] & 2)); }
-    static void storeFirst(double* to, Vector v) { *to = v[0]; }
-    static Vector withFirst(Vector v, const double* value) { return Vector{*value, v[1]}; }
-    static Vector rotate(Vector v) { return Vector{v[1], v[0]}; }
-    static void store(double* to, Vector v) { std::memcpy(to, &v, sizeof v); }
-
-    // rows[l] holds eight bytes of lane l; tile[s] gets byte s of every lane.
-    static void transpose(const uint64_t* rows, uint8_t (*tile)[count])
-    {
-        for (int s = 0; s < 8; ++s) {
-            for (int l = 0; l < count; ++l)
-                tile[s][l] = static_cast<uint8_t>(rows[l] >> 8 * s);
-        }
-    }
-};
-
-#endif
-
-#if !defined(LX_LEVEL_v4)
-
-// Byte s holds a bit for each lane; byte l of the result has the bits of lane l, the first step highest.
-uint64_t bitsByLane(uint64_t steps)
-{
-    uint64_t x = __builtin_bswap64(steps);
-    // Transposes an 8 x 8 bit matrix by exchanging ever larger blocks across its diagonal.
-    constexpr struct {
-        int distance;
-        uint64_t mask;
-    } exchanges[] = {{7, 0x00AA00AA00AA00AAULL}, {14, 0x0000CCCC0000CCCCULL}, {28, 0x00000000F0F0F0F0ULL}};
-    for (const auto& exchange : exchanges) {
-        const uint64_t moved = (x ^ (x >> exchange.distance)) & exchange.mask;
-        x ^= moved ^ (moved << exchange.distance);
-    }
-    return x;
-}
-
-#endif
 
 using Vector = Lanes::Vector;
 
@@ -254,16 +72,13 @@ struct Chain {
     uint64_t on; // byte s: the lanes that are on at step s
 };
 
-// The geometry of a set of lines in blocks, and the walk of a chain through it. Pixel p of a line is place
-// (p + phase) % 8 of block (p + phase) / 8.
+// The walk of a chain through the lines: lane l of a round takes line firstLine + l of that round.
 template <int Stride>
 class Wave
 {
   public:
-    Wave(const DiffusionLines& lines, unsigned firstLine, unsigned channel)
-        : lines_(lines), firstLine_(firstLine), channel_(channel),
-          blocks_(static_cast<int64_t>((lines.phase + lines.width + 7) / 8)),
-          lastPlace_(static_cast<int>((lines.phase + lines.width - 1) % 8))
+    Wave(const Schedule& schedule, unsigned firstLine, unsigned channel)
+        : schedule_(schedule), lines_(schedule.lines), firstLine_(firstLine), channel_(channel)
     {
         const Vector zero = Lanes::all(0.0);
         chain.right = chain.belowSum = chain.lowerRight = zero;
@@ -271,38 +86,58 @@ class Wave
             v = zero;
     }
 
-    int64_t blocks() const { return blocks_; }
-
-    // No lane, and neither the block that comes in from the carry row nor the one that goes out to it, is at an end
-    // of its line.
-    bool isInside(int64_t time) const { return time > Lanes::count && time < blocks_ - 1; }
+    // The first lane in use.
+    unsigned firstLane(const Place& place) const { return place.round == 0 && firstLine_ == 0 ? schedule_.unused : 0; }
 
     template <bool Inside>
-    void load(int64_t time)
+    void load(const Place& place)
     {
         uint64_t rows[Lanes::count];
-        for (int l = 0; l < Lanes::count; ++l) {
-            const int64_t block = time - l;
-            const uint8_t* line = lines_.source[firstLine_ + static_cast<unsigned>(l)];
-            rows[l] = Inside || placesOf(block) == 0xFF ? loadEight<Stride>(line + pixelAt(block, 0) * Stride, channel_)
-                                                        : loadSome(line, block);
+        if constexpr (Inside) {
+            const uint8_t* const* lines = lines_.source + lineIndex(place, 0);
+            const int64_t first = pixelAt(place.column, 0);
+            for (int l = 0; l < Lanes::count; ++l)
+                rows[l] = loadEight<Stride>(lines[l] + (first - 8 * l) * Stride, channel_);
+        } else {
+            for (int l = 0; l < Lanes::count; ++l)
+                rows[l] = loadSome(schedule_.behind(place, l), l);
         }
         Lanes::transpose(rows, chain.tile);
         chain.on = 0;
+        if constexpr (!Inside)
+            findEnds(place);
     }
 
-    // Every lane does place s of its block. `in` and `out` are the carry row's entries of the blocks that the first
-    // lane takes up and that the last lane has finished.
+    // Where a block meets the carry row: it comes in at lane `first`, and what the last lane has finished goes out to
+    // it.
+    struct Carry {
+        Lanes::Flags first;
+        const double* in;
+        double* out;
+        unsigned inPixels;
+        unsigned outPixels;
+    };
     template <bool Inside>
-    void step(int64_t time, int s, const Weights& weights, const double* in, double* out)
+    Carry carryAt(const Place& place) const
+    {
+        const unsigned first = firstLane(place);
+        const Place in = schedule_.behind(place, first);
+        const Place out = schedule_.behind(place, Lanes::count);
+        return {Lanes::lane(first), lines_.carry + entryOf(in.column, 0), lines_.carry + entryOf(out.column, 0),
+                Inside ? 0xFF : schedule_.pixelsAt(in), Inside ? 0xFF : schedule_.pixelsAt(out)};
+    }
+
+    // Every lane does step s of its block.
+    template <bool Inside>
+    void step(int s, const Weights& weights, const Carry& carry)
     {
         const Vector zero = Lanes::all(0.0);
         const Vector white = Lanes::all(255.0);
         Vector carried = chain.ring[s];
-        if (Inside || isPixel(time - Lanes::count, s))
-            Lanes::storeFirst(out + s * Stride, carried);
-        if (Inside || isPixel(time, s))
-            carried = Lanes::withFirst(carried, in + s * Stride);
+        if (Inside || (carry.outPixels << s & 0x80) != 0)
+            Lanes::storeFirst(carry.out + s * Stride, carried);
+        if (Inside || (carry.inPixels << s & 0x80) != 0)
+            carried = Lanes::replace(carry.first, carried, carry.in + s * Stride);
         const Vector sum = Lanes::add(Lanes::fromBytes(chain.tile[s]), carried);
         const Vector work = Lanes::least(white, Lanes::greatest(zero, sum));
         const Vector v = Lanes::add(chain.right, work);
@@ -311,7 +146,7 @@ class Wave
         const Vector level = Lanes::least(white, Lanes::greatest(zero, v));
         Vector error = Lanes::subtractWhere(on, level, white);
         if constexpr (!Inside) {
-            error = Lanes::keep(lanesAtPixels(time, s), error);
+            error = Lanes::keep(lanesAtPixels(s), error);
             chain.errors[s] = error;
         }
         chain.right = Lanes::multiply(error, weights.right);
@@ -321,83 +156,79 @@ class Wave
         chain.on |= static_cast<uint64_t>(Lanes::bits(on)) << 8 * s;
     }
 
-    // Remembers the errors of the first and the last pixel of each line, for the entries beside the line.
-    void noteEnds(int64_t time)
+    // Adds the errors of the first and the last pixel of a line to the entries beside the line, as lines reach them.
+    void collectEnds() const
     {
         double lanes[Lanes::count];
-        if (time >= 0 && time < Lanes::count) {
-            Lanes::store(lanes, chain.errors[lines_.phase]);
-            firstErrors_[time] = lanes[time];
-        }
-        const int64_t lane = time - (blocks_ - 1);
-        if (lane >= 0 && lane < Lanes::count) {
-            Lanes::store(lanes, chain.errors[lastPlace_]);
-            lastErrors_[lane] = lanes[lane];
-        }
-    }
-
-    void collectEnds()
-    {
+        Lanes::store(lanes, chain.errors[lines_.phase]);
         double* before = lines_.carry + channel_ - Stride;
+        for (int l = 0; l < Lanes::count; ++l) {
+            if ((atFirst_ >> l & 1) != 0)
+                *before += lanes[l] * lines_.kernel.lowerLeft;
+        }
+        Lanes::store(lanes, chain.errors[schedule_.lastStep]);
         double* after = lines_.carry + channel_ + lines_.width * Stride;
         for (int l = 0; l < Lanes::count; ++l) {
-            *before += firstErrors_[l] * lines_.kernel.lowerLeft;
-            *after += lastErrors_[l] * lines_.kernel.lowerRight;
+            if ((atLast_ >> l & 1) != 0)
+                *after += lanes[l] * lines_.kernel.lowerRight;
         }
     }
 
-    // The carry row's entry of the first place of a block; the place need not be a pixel.
-    double* carryAt(int64_t block) const { return lines_.carry + pixelAt(block, 0) * Stride + channel_; }
-
-    // The places of a block that are pixels of the line, the first place highest.
-    unsigned placesOf(int64_t block) const
-    {
-        if (block < 0 || block >= blocks_)
-            return 0;
-        return (block == 0 ? 0xFFU >> lines_.phase : 0xFFU) &
-               (block == blocks_ - 1 ? 0xFFU << (7 - lastPlace_) : 0xFFU);
-    }
+    // The destination bytes of the first pixels of the lines of a round.
+    uint8_t* const* linesOf(int64_t round) const { return lines_.destination + lineIndex({round, 0}, 0); }
 
     Chain chain;
 
   private:
-    int64_t pixelAt(int64_t block, int s) const { return block * 8 + s - static_cast<int64_t>(lines_.phase); }
-    bool isPixel(int64_t block, int s) const { return (placesOf(block) << s & 0x80) != 0; }
-
-    // The lanes that are at a pixel at place s: those inside their lines, but for the lanes in the first and the last
-    // block at places beside the line.
-    unsigned lanesAtPixels(int64_t time, int s) const
+    size_t lineIndex(const Place& place, int lane) const
     {
-        const auto upTo = [](int64_t lane) { return lane < 0 ? 0U : lane >= 31 ? ~0U : (2U << lane) - 1; };
-        const int64_t atFirst = time;
-        const int64_t atLast = time - (blocks_ - 1);
-        unsigned lanes = upTo(atFirst) & ~upTo(atLast - 1);
-        if (s < static_cast<int>(lines_.phase))
-            lanes &= ~(upTo(atFirst) ^ upTo(atFirst - 1));
-        if (s > lastPlace_)
-            lanes &= ~(upTo(atLast) ^ upTo(atLast - 1));
-        return lanes;
+        return firstLine_ + static_cast<size_t>(place.round) * schedule_.linesPerRound + static_cast<unsigned>(lane);
+    }
+    int64_t pixelAt(int64_t block, int s) const { return block * 8 + s - static_cast<int64_t>(lines_.phase); }
+    int64_t entryOf(int64_t block, int s) const { return pixelAt(block, s) * Stride + channel_; }
+
+    // Which lanes are in a line, at its first block, and at its last one.
+    void findEnds(const Place& place)
+    {
+        inLine_ = atFirst_ = atLast_ = 0;
+        for (int l = 0; l < Lanes::count; ++l) {
+            const Place own = schedule_.behind(place, l);
+            const unsigned used = schedule_.isInLine(own) & (l >= static_cast<int>(firstLane(own)));
+            inLine_ |= used << l;
+            atFirst_ |= (used & (own.column == 0)) << l;
+            atLast_ |= (used & (own.column == schedule_.blocks - 1)) << l;
+        }
     }
 
-    // The bytes of those places of a block that are pixels.
-    uint64_t loadSome(const uint8_t* line, int64_t block) const
+    unsigned lanesAtPixels(int s) const
     {
+        return inLine_ & ~(s < static_cast<int>(lines_.phase) ? atFirst_ : 0U) &
+               ~(s > schedule_.lastStep ? atLast_ : 0U);
+    }
+
+    // The bytes of those steps that are pixels.
+    uint64_t loadSome(const Place& place, int lane) const
+    {
+        static constexpr uint8_t nothing[8 * Stride] = {};
+        const unsigned pixels = schedule_.pixelsAt(place);
+        const uint8_t* line = lines_.source[schedule_.isInLine(place) != 0 ? lineIndex(place, lane) : 0];
+        if (pixels == 0xFF || pixels == 0)
+            return loadEight<Stride>(pixels == 0 ? nothing : line + pixelAt(place.column, 0) * Stride, channel_);
         uint8_t eight[8] = {};
-        const unsigned places = placesOf(block);
-        for (int s = 0; places != 0 && s < 8; ++s) {
-            if ((places << s & 0x80) != 0)
-                eight[s] = line[pixelAt(block, s) * Stride + channel_];
+        for (int s = 0; s < 8; ++s) {
+            if ((pixels << s & 0x80) != 0)
+                eight[s] = line[entryOf(place.column, s)];
         }
         return loadLittle64(eight);
     }
 
+    const Schedule& schedule_;
     const DiffusionLines& lines_;
     const unsigned firstLine_;
     const unsigned channel_;
-    const int64_t blocks_;
-    const int lastPlace_; // of the last block
-    double firstErrors_[Lanes::count];
-    double lastErrors_[Lanes::count];
+    unsigned inLine_ = 0;
+    unsigned atFirst_ = 0;
+    unsigned atLast_ = 0;
 };
 
 Weights weightsOf(const ErrorDiffusionKernel& kernel)
@@ -407,46 +238,44 @@ Weights weightsOf(const ErrorDiffusionKernel& kernel)
 }
 
 // Runs `Chains` chains side by side, chain c `c * delay` blocks behind the first. After each block,
-// emit(time, inside) takes its bits.
+// emit(places, inside) takes the bits of every chain.
 template <bool Inside, int Stride, int Chains, class Emit>
-void runBlock(Wave<Stride>* waves, int64_t time, int64_t delay, const Weights& weights, Emit emit)
+void runBlock(Wave<Stride> (&waves)[Chains], const Place (&places)[Chains], const Weights& weights, Emit emit)
 {
     for (int c = 0; c < Chains; ++c)
-        waves[c].template load<Inside>(time - c * delay);
-    const double* in[Chains];
-    double* out[Chains];
-    for (int c = 0; c < Chains; ++c) {
-        in[c] = waves[c].carryAt(time - c * delay);
-        out[c] = waves[c].carryAt(time - c * delay - Lanes::count);
-    }
+        waves[c].template load<Inside>(places[c]);
+    typename Wave<Stride>::Carry carry[Chains];
+    for (int c = 0; c < Chains; ++c)
+        carry[c] = waves[c].template carryAt<Inside>(places[c]);
 #pragma GCC unroll 8
     for (int s = 0; s < 8; ++s) {
         for (int c = 0; c < Chains; ++c)
-            waves[c].template step<Inside>(time - c * delay, s, weights, in[c], out[c]);
+            waves[c].template step<Inside>(s, weights, carry[c]);
     }
     if constexpr (!Inside) {
         for (int c = 0; c < Chains; ++c)
-            waves[c].noteEnds(time - c * delay);
+            waves[c].collectEnds();
     }
-    emit(time, Inside);
+    emit(places, Inside);
 }
 
 template <int Stride, int Chains, class Emit>
-void run(Wave<Stride>* waves, int64_t delay, const ErrorDiffusionKernel& kernel, Emit emit)
+void run(const Schedule& schedule, Wave<Stride> (&waves)[Chains], int64_t delay, Emit emit)
 {
-    const Weights weights = weightsOf(kernel);
-    const int64_t end = waves[0].blocks() + Lanes::count + (Chains - 1) * delay;
-    for (int64_t time = 0; time < end; ++time) {
+    const Weights weights = weightsOf(schedule.lines.kernel);
+    const int64_t lag = Lanes::count + (Chains - 1) * delay;
+    for (Place place = {0, 0}; place.round < schedule.rounds || place.column < lag; place = schedule.next(place)) {
+        Place places[Chains];
         bool inside = true;
-        for (int c = 0; c < Chains; ++c)
-            inside = inside && waves[c].isInside(time - c * delay);
+        for (int c = 0; c < Chains; ++c) {
+            places[c] = schedule.behind(place, c * delay);
+            inside = inside && schedule.isInside(places[c]);
+        }
         if (inside)
-            runBlock<true, Stride, Chains>(waves, time, delay, weights, emit);
+            runBlock<true>(waves, places, weights, emit);
         else
-            runBlock<false, Stride, Chains>(waves, time, delay, weights, emit);
+            runBlock<false>(waves, places, weights, emit);
     }
-    for (int c = 0; c < Chains; ++c)
-        waves[c].collectEnds();
 }
 
 void writeBits(uint8_t* destination, uint8_t fresh, unsigned owned)
@@ -454,39 +283,45 @@ void writeBits(uint8_t* destination, uint8_t fresh, unsigned owned)
     *destination = static_cast<uint8_t>((*destination & ~owned) | (fresh & owned));
 }
 
+// Behind a chain, the next one finds in the carry row what the last lane has finished.
+constexpr int64_t chainDelay = Lanes::count + 1;
+
 template <int Chains>
-void diffuseGroups(const DiffusionLines& lines, Wave<1>* waves)
+void diffuseRounds(const Schedule& schedule, Wave<1> (&waves)[Chains])
 {
-    constexpr int64_t delay = Lanes::count + 1;
-    run<1, Chains>(waves, delay, lines.kernel, [&](int64_t time, bool inside) {
+    run(schedule, waves, chainDelay, [&](const Place(&places)[Chains], bool inside) {
         for (int c = 0; c < Chains; ++c) {
             const uint64_t bytes = bitsByLane(waves[c].chain.on);
+            uint8_t* const* lines = waves[c].linesOf(places[c].round);
             for (int l = 0; l < Lanes::count; ++l) {
-                const int64_t block = time - c * delay - l;
                 const auto fresh = static_cast<uint8_t>(bytes >> 8 * l);
-                uint8_t* line = lines.destination[c * Lanes::count + l];
-                if (inside)
-                    line[block] = fresh;
-                else if (const unsigned owned = waves[c].placesOf(block); owned != 0)
-                    writeBits(line + block, fresh, owned);
+                if (inside) {
+                    lines[l][places[c].column - l] = fresh;
+                    continue;
+                }
+                const Place place = schedule.behind(places[c], l);
+                if (const unsigned owned = schedule.pixelsAt(place); owned != 0)
+                    writeBits(waves[c].linesOf(place.round)[l] + place.column, fresh, owned);
             }
         }
     });
 }
 
-unsigned diffuseGray(const DiffusionLines& lines)
+void diffuseGray(const DiffusionLines& lines)
 {
-    if (lines.count >= 2 * Lanes::count) {
-        Wave<1> waves[] = {{lines, 0, 0}, {lines, Lanes::count, 0}};
-        diffuseGroups<2>(lines, waves);
-        return 2 * Lanes::count;
+    // Two chains at a time. Lines that are left over go first; if they need both chains, with the others.
+    constexpr unsigned both = 2 * Lanes::count;
+    const unsigned few = lines.count % both <= Lanes::count ? lines.count % both : 0;
+    if (few != 0) {
+        const Schedule schedule(lines, 0, few, Lanes::count, chainDelay);
+        Wave<1> waves[] = {{schedule, 0, 0}};
+        diffuseRounds(schedule, waves);
     }
-    if (lines.count >= Lanes::count) {
-        Wave<1> wave(lines, 0, 0);
-        diffuseGroups<1>(lines, &wave);
-        return Lanes::count;
+    if (few != lines.count) {
+        const Schedule schedule(lines, few, lines.count - few, both, 2 * chainDelay);
+        Wave<1> waves[] = {{schedule, 0, 0}, {schedule, Lanes::count, 0}};
+        diffuseRounds(schedule, waves);
     }
-    return 0;
 }
 
 // Bit 7 - s of `bits` to bit 0 of the nibble of place s, the first place highest.
@@ -498,30 +333,32 @@ uint32_t spreadToNibbles(uint8_t bits)
     return (x | x << 3) & 0x11111111U;
 }
 
-unsigned diffuseColor(const DiffusionLines& lines, bool blueFirst)
+void diffuseColor(const DiffusionLines& lines, bool blueFirst)
 {
-    if (lines.count < Lanes::count)
-        return 0;
-    Wave<3> waves[] = {{lines, 0, 0}, {lines, 0, 1}, {lines, 0, 2}};
-    run<3, 3>(waves, 0, lines.kernel, [&](int64_t time, bool inside) {
+    const Schedule schedule(lines, 0, lines.count, Lanes::count, chainDelay);
+    Wave<3> waves[] = {{schedule, 0, 0}, {schedule, 0, 1}, {schedule, 0, 2}};
+    run(schedule, waves, 0, [&](const Place(&places)[3], bool inside) {
         const uint64_t first = bitsByLane(waves[0].chain.on);
         const uint64_t green = bitsByLane(waves[1].chain.on);
         const uint64_t third = bitsByLane(waves[2].chain.on);
         const uint64_t red = blueFirst ? third : first;
         const uint64_t blue = blueFirst ? first : third;
         for (int l = 0; l < Lanes::count; ++l) {
-            const auto spread = [&](uint64_t bytes) { return spreadToNibbles(static_cast<uint8_t>(bytes >> 8 * l)); };
+            const auto spread = [&](uint64_t bits) { return spreadToNibbles(static_cast<uint8_t>(bits >> 8 * l)); };
             const uint32_t fresh = spread(red) | spread(green) << 1 | spread(blue) << 2;
-            const int64_t block = time - l;
-            const uint32_t owned = inside ? ~0U : spreadToNibbles(static_cast<uint8_t>(waves[0].placesOf(block))) * 15U;
+            const Place place = schedule.behind(places[0], l);
+            const unsigned pixels = inside ? 0xFF : schedule.pixelsAt(place);
+            if (pixels == 0)
+                continue;
+            const uint32_t owned = spreadToNibbles(static_cast<uint8_t>(pixels)) * 15U;
+            uint8_t* bytes = waves[0].linesOf(place.round)[l] + place.column * 4;
             for (int k = 0; k < 4; ++k) {
                 const unsigned mask = owned >> (24 - 8 * k) & 0xFF;
                 if (mask != 0)
-                    writeBits(lines.destination[l] + block * 4 + k, static_cast<uint8_t>(fresh >> (24 - 8 * k)), mask);
+                    writeBits(bytes + k, static_cast<uint8_t>(fresh >> (24 - 8 * k)), mask);
             }
         }
     });
-    return Lanes::count;
 }
 
 } // namespace

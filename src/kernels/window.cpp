@@ -6,6 +6,11 @@
 
 #include <cstring>
 
+#if defined(LX_LEVEL_v4)
+#include "kernels/pixels_v4.h"
+#include "kernels/registers_v4.h"
+#endif
+
 namespace lx::LX_LEVEL
 {
 
@@ -110,23 +115,124 @@ void slide(const int8_t* LX_RESTRICT gained, const int8_t* LX_RESTRICT lost, uin
 
 #endif
 
-uint8_t level(uint32_t count, float scale, double step, double rounding)
+#if defined(LX_LEVEL_v4)
+
+// Levels in single precision, and in double precision where that might differ.
+class Shading
 {
-    float s = static_cast<float>(count) * scale;
-    if (s >= 1.0F)
-        s -= 1.0F;
-    return static_cast<uint8_t>(static_cast<int32_t>(step * static_cast<double>(s) + rounding));
-}
+  public:
+    Shading(double step, double rounding) : step_(step), rounding_(rounding) {}
+
+    // The levels of the first n of 64 counts.
+    __m512i levels(const uint32_t* counts, const float* scales, size_t n)
+    {
+        const Sixteen quarters[4] = {{*this, counts, scales, n, 0},
+                                     {*this, counts, scales, n, 1},
+                                     {*this, counts, scales, n, 2},
+                                     {*this, counts, scales, n, 3}};
+        __m512i levels[4];
+        for (int q = 0; q < 4; ++q)
+            levels[q] = _mm512_cvttps_epi32(quarters[q].level);
+        if ((quarters[0].doubtful | quarters[1].doubtful | quarters[2].doubtful | quarters[3].doubtful) != 0) {
+            for (int q = 0; q < 4; ++q)
+                levels[q] = quarters[q].doubtful == 0 ? levels[q] : precise(quarters[q].s);
+        }
+        const __m512i low = _mm512_packus_epi32(levels[0], levels[1]);
+        const __m512i high = _mm512_packus_epi32(levels[2], levels[3]);
+        const __m512i inOrder = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+        return _mm512_maskz_permutexvar_epi32(__mmask16{0xFFFF}, inOrder, _mm512_packus_epi16(low, high));
+    }
+
+  private:
+    struct Sixteen {
+        __m512 s;
+        __m512 level;
+        uint32_t doubtful;
+
+        Sixteen(const Shading& shading, const uint32_t* counts, const float* scales, size_t n, unsigned quarter)
+        {
+            const auto mine = static_cast<__mmask16>(lowest(n) >> 16 * quarter);
+            const __m512 one = _mm512_set1_ps(1.0F);
+            const __m512 step = _mm512_set1_ps(static_cast<float>(shading.step_));
+            const __m512 rounding = _mm512_set1_ps(static_cast<float>(shading.rounding_));
+            const __m512 count = _mm512_cvtepu32_ps(_mm512_maskz_loadu_epi32(mine, counts + 16 * quarter));
+            s = _mm512_mul_ps(count, _mm512_maskz_loadu_ps(mine, scales + 16 * quarter));
+            s = _mm512_mask_sub_ps(s, _mm512_cmp_ps_mask(s, one, _CMP_GE_OQ), s, one);
+            level = _mm512_add_ps(_mm512_mul_ps(step, s), rounding);
+            // The step, the product and the sum are each rounded by 2^-24 of 256 at most: by less than 2^-14 together.
+            // Below the first integer all is 0 in any case.
+            const __m512 fromInteger = _mm512_abs_ps(_mm512_reduce_ps(level, _MM_FROUND_TO_NEAREST_INT));
+            const __mmask16 notZero = _mm512_cmp_ps_mask(level, _mm512_set1_ps(0.5F), _CMP_GT_OQ);
+            doubtful = _mm512_mask_cmp_ps_mask(notZero, fromInteger, _mm512_set1_ps(0x1p-14F), _CMP_LT_OQ);
+        }
+    };
+
+    // Windows that are all alike, as on white paper, are worked out but once.
+    __m512i precise(__m512 s)
+    {
+        if (_mm512_cmp_ps_mask(s, s_, _CMP_NEQ_UQ) != 0) {
+            const __m256i low = eightPrecise(_mm512_castps512_ps256(s));
+            const __m256i high = eightPrecise(_mm512_extractf32x8_ps(s, 1));
+            s_ = s;
+            precise_ = _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
+        }
+        return precise_;
+    }
+
+    __m256i eightPrecise(__m256 s) const
+    {
+        const __m512d product = _mm512_mul_pd(_mm512_set1_pd(step_), _mm512_cvtps_pd(s));
+        return _mm512_cvttpd_epi32(_mm512_add_pd(product, _mm512_set1_pd(rounding_)));
+    }
+
+    double step_;
+    double rounding_;
+    __m512 s_ = _mm512_setzero_ps(); // what was worked out last: for 0, the level is 0 whatever the step
+    __m512i precise_ = _mm512_setzero_si512();
+};
 
 void shade(const uint32_t* LX_RESTRICT counts, const float* LX_RESTRICT scales, uint8_t* LX_RESTRICT destination,
-           size_t stride, size_t pixels, double step, double rounding)
+           size_t pixels, double step, double rounding)
 {
-    if (stride == 1) {
-        for (size_t i = 0; i < pixels; ++i)
-            destination[i] = level(counts[i], scales[i], step, rounding);
-    } else {
-        for (size_t i = 0; i < pixels; ++i)
-            destination[i * stride] = level(counts[i], scales[i], step, rounding);
+    Shading shading(step, rounding);
+    size_t i = 0;
+    for (; i + 64 <= pixels; i += 64)
+        _mm512_storeu_si512(destination + i, shading.levels(counts + i, scales + i, 64));
+    if (i < pixels)
+        _mm512_mask_storeu_epi8(destination + i, lowest(pixels - i),
+                                shading.levels(counts + i, scales + i, pixels - i));
+}
+
+#else
+
+void shade(const uint32_t* LX_RESTRICT counts, const float* LX_RESTRICT scales, uint8_t* LX_RESTRICT destination,
+           size_t pixels, double step, double rounding)
+{
+    for (size_t i = 0; i < pixels; ++i) {
+        float s = static_cast<float>(counts[i]) * scales[i];
+        if (s >= 1.0F)
+            s -= 1.0F;
+        destination[i] = static_cast<uint8_t>(static_cast<int32_t>(step * static_cast<double>(s) + rounding));
+    }
+}
+
+#endif
+
+void join(const uint8_t* LX_RESTRICT first, const uint8_t* LX_RESTRICT second, const uint8_t* LX_RESTRICT third,
+          uint8_t* LX_RESTRICT destination, size_t pixels)
+{
+    size_t i = 0;
+#if defined(LX_LEVEL_v4)
+    for (; i + 64 <= pixels; i += 64) {
+        const Components components = {
+            {_mm512_loadu_si512(first + i), _mm512_loadu_si512(second + i), _mm512_loadu_si512(third + i)}};
+        storeTriples(components, destination + 3 * i);
+    }
+#endif
+    for (; i < pixels; ++i) {
+        destination[3 * i] = first[i];
+        destination[3 * i + 1] = second[i];
+        destination[3 * i + 2] = third[i];
     }
 }
 
@@ -163,6 +269,6 @@ void shadeSums(const uint8_t* LX_RESTRICT counts, size_t size, const uint8_t* LX
 
 } // namespace
 
-constexpr WindowKernels windowKernels = {gain, slide, shade, slideColumns, shadeSums};
+constexpr WindowKernels windowKernels = {gain, slide, shade, join, slideColumns, shadeSums};
 
 } // namespace lx::LX_LEVEL

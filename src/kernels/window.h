@@ -18,9 +18,13 @@ struct WindowKernels {
     void (*slide)(const int8_t* gained, const int8_t* lost, uint32_t* counts, size_t windows, int32_t change);
 
     // s = counts[i] * scales[i] in single precision, less 1 if at least 1;
-    // destination[stride i] = trunc(step * s + rounding) in double precision.
-    void (*shade)(const uint32_t* counts, const float* scales, uint8_t* destination, size_t stride, size_t pixels,
-                  double step, double rounding);
+    // destination[i] = trunc(step * s + rounding) in double precision, at most 255.
+    void (*shade)(const uint32_t* counts, const float* scales, uint8_t* destination, size_t pixels, double step,
+                  double rounding);
+
+    // Triple i = first[i], second[i], third[i].
+    void (*join)(const uint8_t* first, const uint8_t* second, const uint8_t* third, uint8_t* destination,
+                 size_t pixels);
 
     // Small windows are summed anew from the counts of their columns, which are bytes:
 

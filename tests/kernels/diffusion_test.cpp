@@ -1,4 +1,4 @@
-// The error-diffusion wavefronts of every level, against the definition: levels differ in how many lines they take.
+// The error-diffusion wavefronts of every level, against the definition: levels differ in how many lines go together.
 
 #include "support/diffusion_by_definition.h"
 #include "support/halftone.h"
@@ -54,27 +54,24 @@ class DiffusionKernel : public testing::TestWithParam<const lx::Kernels*>
             before.emplace_back(lines.destination[j], lines.destination[j] + lineBytes);
 
         const lx::DiffusionKernels& diffusion = *GetParam()->diffusion;
-        const unsigned taken = channels == 1 ? diffusion.diffuseGray(lines) : diffusion.diffuseColor(lines, blueFirst);
-        ASSERT_LE(taken, count);
+        if (channels == 1)
+            diffusion.diffuseGray(lines);
+        else
+            diffusion.diffuseColor(lines, blueFirst);
         for (unsigned j = 0; j < count; ++j) {
             std::vector<uint8_t> expected = before[j];
-            if (j < taken) {
-                const std::vector<uint8_t> line(lines.source[j], lines.source[j] + bytes);
-                const std::vector<uint8_t> on =
-                    diffuseLineByDefinition(channels, line, width, kernels, false, expectedCarry);
-                for (size_t i = 0; i < width; ++i)
-                    putPixel(expected, (lines.phase + i) * bits, bits,
-                             pixelOf(on.data() + channels * i, channels, blueFirst));
-            }
+            const std::vector<uint8_t> line(lines.source[j], lines.source[j] + bytes);
+            const std::vector<uint8_t> on =
+                diffuseLineByDefinition(channels, line, width, kernels, false, expectedCarry);
+            for (size_t i = 0; i < width; ++i)
+                putPixel(expected, (lines.phase + i) * bits, bits,
+                         pixelOf(on.data() + channels * i, channels, blueFirst));
             ASSERT_TRUE(std::equal(expected.begin(), expected.end(), lines.destination[j]))
                 << "line " << j << " of " << count << ", width " << width << ", phase " << lines.phase;
         }
         ASSERT_TRUE(sameButZeros(expectedCarry, carry.entries(), (width + 2) * channels))
             << "width " << width << ", " << count << " lines";
-        linesTaken_ += taken;
     }
-
-    size_t linesTaken_ = 0;
 
   private:
     static unsigned pixelOf(const uint8_t* on, size_t channels, bool blueFirst)
@@ -99,12 +96,11 @@ TEST_P(DiffusionKernel, FollowsTheDefinition)
     for (const size_t channels : {size_t{1}, size_t{3}}) {
         for (size_t k = 0; k < 600; ++k) {
             const size_t width = k < 450 ? k % 150 + 1 : random.between(150, 1500);
-            compare(channels, width, random.chance(50) ? 16 : random.between(1, 16), random);
+            compare(channels, width, random.between(1, random.chance(50) ? 20 : lx::DiffusionLines::most), random);
             if (HasFatalFailure())
                 return;
         }
     }
-    EXPECT_GT(linesTaken_, 0U) << "no wavefront ran";
 }
 
 INSTANTIATE_TEST_SUITE_P(Level, DiffusionKernel,

@@ -23,6 +23,10 @@ const std::vector<KernelCase> windowKernelCases = {
          const auto change = static_cast<int32_t>(bench.random().below(131071)) - 65535;
          kernels.window->slide(gains(bench, n), gains(bench, n), bench.to<uint32_t>(n), n, change);
      }},
+    {"join",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         kernels.window->join(bench.bytes(n), bench.bytes(n), bench.bytes(n), bench.to(3 * n), n);
+     }},
     {"slideColumns", [](const lx::Kernels& kernels, KernelBench& bench,
                         size_t n) { kernels.window->slideColumns(bench.flags(n), bench.flags(n), bench.to(n), n); }},
     {"shadeSums",
@@ -35,14 +39,13 @@ const std::vector<KernelCase> windowKernelCases = {
     {"shade",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
          const uint32_t size = bench.random().between(1, bench.random().chance(50) ? 16 : 65535);
-         const size_t stride = bench.random().chance(70) ? 1 : 3;
          const auto twice = static_cast<float>(2 * size);
          uint32_t pixels = size * size;
          const float* scales = bench.from<float>(n, [&] { return twice / static_cast<float>(pixels); });
          const uint32_t* counts = bench.from<uint32_t>(
              n, [&] { return bench.random().chance(20) ? pixels : bench.random().below(pixels) + 1; });
          const double rounding = bench.random().chance(50) ? 0.5 : 0.0;
-         kernels.window->shade(counts, scales, bench.to(stride * n), stride, n, 255.0 / (2.0 * size - 1.0), rounding);
+         kernels.window->shade(counts, scales, bench.to(n), n, 255.0 / (2.0 * size - 1.0), rounding);
      }},
 };
 

@@ -38,6 +38,7 @@ TEST_F(CommandLine, WrongArguments)
                                               {"halftone", in, out, "--random", "--kernel", "even"},
                                               {"halftone", in, out, "--random", "--band-lines", "9"},
                                               {"halftone", in, out, "--band-lines", "-1"},
+                                              {"halftone", in, out, "--method", "fixed", "--band-lines", "9"},
                                               {"halftone", in, out, "--page", "0"},
                                               {"demo", "-o", path("demo"), "--tilt", "46"}};
     for (const auto& arguments : cases) {

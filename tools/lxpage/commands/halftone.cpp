@@ -42,8 +42,10 @@ void refuseStrayOptions(const CLI::App& command, const std::string& method)
                       {"--matrix", "dither"},
                       {"--kernel", "diffusion"},
                       {"--random", "diffusion"}};
-    if (command.count("--channel") > 0 && method == "fixed") {
-        throw PageError(ExitCode::Usage, "--channel is not for --method fixed");
+    for (const char* option : {"--channel", "--band-lines"}) {
+        if (command.count(option) > 0 && method == "fixed") {
+            throw PageError(ExitCode::Usage, std::string(option) + " is not for --method fixed");
+        }
     }
     for (const auto& belonging : belongings) {
         if (command.count(belonging.option) > 0 && belonging.method != method) {

@@ -23,20 +23,19 @@ struct Options {
     bool tint = false;
 };
 
-Image masked(const Image& page, const Options& options, ProgressBar& bar)
+// `numbers` are the left edge, the top edge, the width and the height of the area, or none for the whole page.
+Image masked(const Image& page, const std::vector<uint32_t>& numbers, const std::vector<uint8_t>& color, bool tint,
+             ProgressBar& bar)
 {
     Image result = toPlain(page);
     ImageArea area = result.area();
-    if (!options.area.empty()) {
-        const std::vector<uint32_t> numbers = numbersFrom("--area", options.area, 4, kMaxSide);
+    if (!numbers.empty()) {
         area.x = std::min(numbers[0], page.width());
         area.y = std::min(numbers[1], page.height());
         area.width = std::min(numbers[2], page.width() - area.x);
         area.height = std::min(numbers[3], page.height() - area.y);
     }
-    const std::vector<uint8_t> color = colorFrom("--color", options.color);
-    expectOk(lxMaskingBySpecificationColor(options.tint, color.data(), &area, bar.part(0, 1)),
-             "lxMaskingBySpecificationColor");
+    expectOk(lxMaskingBySpecificationColor(tint, color.data(), &area, bar.part(0, 1)), "lxMaskingBySpecificationColor");
     return result;
 }
 
@@ -52,12 +51,14 @@ void addMask(CLI::App& app)
     command->add_option("--color", options->color, "The colour")->type_name("R,G,B")->capture_default_str();
     command->add_flag("--tint", options->tint, "Lay the colour over the page, dark content staying");
     command->callback([options] {
-        colorFrom("--color", options->color);
+        std::vector<uint32_t> area;
         if (!options->area.empty()) {
-            numbersFrom("--area", options->area, 4, kMaxSide);
+            area = numbersFrom("--area", options->area, 4, kMaxSide);
         }
-        processPages(options->files, "mask",
-                     [&](const Image& page, ProgressBar& bar) { return masked(page, *options, bar); });
+        const std::vector<uint8_t> color = colorFrom("--color", options->color);
+        processPages(options->files, "mask", [&](const Image& page, ProgressBar& bar) {
+            return masked(page, area, color, options->tint, bar);
+        });
     });
 }
 

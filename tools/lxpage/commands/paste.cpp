@@ -25,24 +25,31 @@ struct Options {
     uint32_t tolerance = 0;
 };
 
-Image pasted(const Image& page, const Image& picture, const Options& options, ProgressBar& bar)
+using Corner = std::vector<uint32_t>;
+
+// The picture's pixels but those of the key's colour, if there is a key.
+struct Overlay {
+    Image picture;
+    bool useKey;
+    std::vector<uint8_t> key;
+    uint32_t tolerance;
+};
+
+Image pasted(const Image& page, const Overlay& overlay, const Corner& corner, ProgressBar& bar)
 {
     Image result = toPlain(page);
-    const std::vector<uint32_t> corner = numbersFrom("--at", options.at, 2, kMaxSide);
     if (corner[0] >= page.width() || corner[1] >= page.height()) {
         throw PageError(ExitCode::Usage, "--at lies outside the page of " + std::to_string(page.width()) + " x " +
                                              std::to_string(page.height()) + " pixels");
     }
-    const ImageArea from = picture.area();
+    const ImageArea from = overlay.picture.area();
     ImageArea to = result.area();
     to.x = corner[0];
     to.y = corner[1];
     to.width -= corner[0];
     to.height -= corner[1];
-    const bool useKey = !options.key.empty();
-    const std::vector<uint8_t> key = colorFrom("--key", useKey ? options.key : "0,0,0");
-    expectOk(lxSynthesizeToSpecificationArea(useKey, &from, &picture.palette, key.data(), options.tolerance, &to,
-                                             bar.part(0, 1)),
+    expectOk(lxSynthesizeToSpecificationArea(overlay.useKey, &from, &overlay.picture.palette, overlay.key.data(),
+                                             overlay.tolerance, &to, bar.part(0, 1)),
              "lxSynthesizeToSpecificationArea");
     return result;
 }
@@ -67,13 +74,12 @@ void addPaste(CLI::App& app)
         if (command->count("--tolerance") > 0 && options->key.empty()) {
             throw PageError(ExitCode::Usage, "--tolerance belongs to --key");
         }
-        numbersFrom("--at", options->at, 2, kMaxSide);
-        if (!options->key.empty()) {
-            colorFrom("--key", options->key);
-        }
-        const Image picture = readPage(options->picture);
+        const Corner corner = numbersFrom("--at", options->at, 2, kMaxSide);
+        const bool useKey = !options->key.empty();
+        const std::vector<uint8_t> key = colorFrom("--key", useKey ? options->key : "0,0,0");
+        const Overlay overlay = {readPage(options->picture), useKey, key, options->tolerance};
         processPages(options->files, "paste",
-                     [&](const Image& page, ProgressBar& bar) { return pasted(page, picture, *options, bar); });
+                     [&](const Image& page, ProgressBar& bar) { return pasted(page, overlay, corner, bar); });
     });
 }
 

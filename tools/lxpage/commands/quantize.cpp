@@ -1,5 +1,6 @@
 // `lxpage quantize`: a page in 8, 16 or 256 fixed colours.
 
+#include "commands/options.h"
 #include "commands/page_run.h"
 #include "error.h"
 #include "halftone.h"
@@ -84,10 +85,8 @@ void addQuantize(CLI::App& app)
     command->add_option("--colors", options->colors, "8, 16 or 256")
         ->check(CLI::IsMember({8, 16, 256}).description(""))
         ->capture_default_str();
-    command->add_option("--method", options->method, "8 colours: threshold, dither or diffusion")
-        ->check(CLI::IsMember({"threshold", "dither", "diffusion"}).description(""))
-        ->type_name("NAME")
-        ->capture_default_str();
+    addNamed(*command, "--method", options->method, {"threshold", "dither", "diffusion"},
+             "8 colours: threshold, dither or diffusion");
     command->callback([command, options] {
         if (command->count("--method") > 0 && options->colors != 8) {
             throw PageError(ExitCode::Usage, "--method belongs to --colors 8");
