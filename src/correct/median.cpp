@@ -104,7 +104,8 @@ void filterBits(const Effort& effort, const AreaView& source, const AreaView& de
 {
     const MedianKernels& median = *kernels().median;
     const auto majority = bits == 1 ? median.majorityOfBits : median.majorityOfNibbles;
-    const auto four = bits == 1 ? median.majorityOfBitsInFourRows : median.majorityOfNibblesInFourRows;
+    const auto inRows = bits == 1 ? median.majorityOfBitsInRows : median.majorityOfNibblesInRows;
+    const auto inWords = bits == 1 ? median.majorityOfBitsInWords : median.majorityOfNibblesInWords;
     PackedWindows<bits> walk(source, destination);
     uint8_t marks[PackedWindows<bits>::runBytes];
     size_t marked = 0; // bytes of the run whose marks are at hand, and its first pixel
@@ -120,9 +121,10 @@ void filterBits(const Effort& effort, const AreaView& source, const AreaView& de
             out[k] = static_cast<uint8_t>((centre[k] & ~marks[k]) | (out[k] & marks[k]));
     };
     runPasses(effort, walk.inPlace(), walk.height(), callback, [&](uint32_t j) -> uint32_t {
-        if (effort.step == 1 && walk.hasFour(j)) {
-            walk.fourLines(j, four);
-            return 4;
+        const uint32_t together = effort.step == 1 ? walk.linesAt(j) : 0;
+        if (together != 0) {
+            walk.lines(j, together, inRows, inWords);
+            return together;
         }
         if (effort.step == 1)
             walk.line(j, majority, all);

@@ -2,8 +2,10 @@
 //
 // A run of a line is worked on as the bytes it lies in, three rows of them. The first and the last byte of a line are
 // taken from a small copy, in which the bits outside the area are replaced by its edge pixel; all others are read where
-// they lie. Results are made beside the rows and then copied to their place in the destination. Four lines may be
-// worked on at a time, unless they are filtered in place.
+// they lie. Results are made beside the rows and then copied to their place in the destination.
+//
+// Several lines are worked on together, unless they are filtered in place. Both edge bytes of a line are then one
+// word, and the results of areas whose pixels lie alike in their bytes are written straight to the destination.
 //
 // Source and destination may be the same pixels, with the same meaning as in WindowWalk.
 
@@ -28,11 +30,13 @@ class PackedWindows
 {
   public:
     static constexpr size_t runBytes = 1024;
+    static constexpr uint32_t mostLines = 8; // that are worked on together
 
     PackedWindows(const AreaView& source, const AreaView& destination) noexcept
         : bits_(*kernels().bits), source_(source), destination_(destination), overlap_(source, destination),
           phase_(source.phase() * bits), bytes_((phase_ + size_t{overlap_.width} * bits + 7) / 8),
           tail_(static_cast<unsigned>(bytes_ * 8 - phase_ - size_t{overlap_.width} * bits)),
+          inside_((0x0FFFU >> phase_) << 16 | (0xFFF0U << tail_ & 0xFFFF)),
           inPlace_(arePixelsShared(source, destination))
     {
     }
@@ -67,40 +71,29 @@ class PackedWindows
         }
     }
 
-    // Whether the lines from j on can be worked on four at a time: none may change before its neighbours are done.
-    bool hasFour(uint32_t j) const { return !inPlace_ && overlap_.width != 0 && overlap_.height - j >= 4; }
+    // How many lines from j on can be worked on together: none if they are too narrow, or one is changed before its
+    // neighbours are done.
+    uint32_t linesAt(uint32_t j) const { return inPlace_ || bytes_ < 2 ? 0 : std::min(overlap_.height - j, mostLines); }
 
-    // As line() for lines j to j + 3, with `four(rows, outs, n)`: the lines and their neighbours are in rows[0] to
-    // rows[5], the results go to outs[0] to outs[3].
-    template <class Four>
-    void fourLines(uint32_t j, Four four) noexcept
+    // As line() for `count` lines, with `filter(rows, outs, count, n)`: the lines and their neighbours are in rows[0]
+    // to rows[count + 1], the results go to outs[0] to outs[count - 1]. `filterWords(rows, results, count)` does so for
+    // words.
+    template <class Filter, class FilterWords>
+    void lines(uint32_t j, uint32_t count, Filter filter, FilterWords filterWords) noexcept
     {
-        const WindowRows first = rowsAround(source_, overlap_.height, j);
-        const WindowRows last = rowsAround(source_, overlap_.height, j + 3);
-        const uint8_t* const rows[6] = {first.upper, first.centre, first.lower, last.upper, last.centre, last.lower};
-        filterFourEdges(rows, four);
-        for (size_t k = 0; k < bytes_; k += runBytes) {
-            const PackedRun run = runAt(k);
-            const bool isLast = k + run.bytes == bytes_;
-            const size_t from = k == 0 ? 1 : 0;
-            const size_t to = isLast ? run.bytes - 1 : run.bytes;
-            const uint8_t* here[6];
-            uint8_t* outs[4];
-            for (unsigned row = 0; row < 6; ++row)
-                here[row] = rows[row] + k + from;
-            for (unsigned line = 0; line < 4; ++line)
-                outs[line] = fourOuts_[line] + from;
-            if (from < to)
-                four(here, outs, to - from);
-            for (unsigned line = 0; line < 4; ++line) {
-                uint8_t* out = fourOuts_[line];
-                if (isLast)
-                    out[run.bytes - 1] = edgeResults_[line][3];
-                if (k == 0)
-                    out[0] = edgeResults_[line][0];
-                bits_.copyBits(out, run.phase, destination_.at(run.i, j + line), destination_.phase(run.i) * bits,
-                               size_t{run.n} * bits);
-            }
+        const uint8_t* rows[mostLines + 2];
+        gatherRows(source_, overlap_.height, j, count, rows);
+        uint32_t words[mostLines + 2];
+        for (uint32_t row = 0; row < count + 2; ++row)
+            words[row] = edgeWord(rows[row]);
+        uint32_t edges[mostLines];
+        if (destination_.phase() * bits == phase_) {
+            filterAtHome(j, count, rows, filter);
+            filterWords(words, edges, count);
+            placeEdges(j, count, edges);
+        } else {
+            filterWords(words, edges, count);
+            filterBeside(j, count, rows, edges, filter);
         }
     }
 
@@ -147,21 +140,73 @@ class PackedWindows
         filter(upper + 1, centre + 1, lower + 1, out, 1);
     }
 
-    // The first and the last byte of four lines at once, each in the middle of three bytes of a small picture; the
-    // results are bytes 0 and 3 of edgeResults_.
-    template <class Four>
-    void filterFourEdges(const uint8_t* const* rows, Four four)
+    // The first byte of a row and the last one, both between four bits of what is beside them. firstOf() and lastOf()
+    // take the results for them out of such a word.
+    uint32_t edgeWord(const uint8_t* row) const
     {
-        const uint8_t* pictureRows[6];
-        uint8_t* results[4];
-        for (unsigned k = 0; k < 6; ++k) {
-            padEdge(rows[k], 0, edges_[k]);
-            padEdge(rows[k] + (bytes_ - 1), bytes_ - 1, edges_[k] + 3);
-            pictureRows[k] = edges_[k] + 1;
+        const uint8_t* end = row + bytes_ - 1;
+        const uint32_t firstTwo = uint32_t{row[0]} << 8 | row[1];
+        const uint32_t lastTwo = uint32_t{end[-1]} << 8 | end[0];
+        const uint32_t own = firstTwo >> 4 << 16 | (lastTwo << 4 & 0xFFFF);
+        const uint32_t edges =
+            repeated(row[0] >> (8 - bits - phase_)) * 0x01010000U | repeated(end[0] >> tail_) * 0x0101U;
+        return (own & inside_) | (edges & ~inside_);
+    }
+
+    static uint8_t firstOf(uint32_t edges) { return static_cast<uint8_t>(edges >> 20); }
+    static uint8_t lastOf(uint32_t edges) { return static_cast<uint8_t>(edges >> 4); }
+
+    // Results lie in their bytes as the pixels do, and go where they belong: all but those of the edges.
+    template <class Filter>
+    void filterAtHome(uint32_t j, uint32_t count, const uint8_t* const* rows, Filter filter)
+    {
+        const uint8_t* here[mostLines + 2];
+        uint8_t* outs[mostLines];
+        for (uint32_t row = 0; row < count + 2; ++row)
+            here[row] = rows[row] + 1;
+        uint8_t* out = destination_.row(j) + 1;
+        for (uint32_t line = 0; line < count; ++line, out += destination_.lineStep())
+            outs[line] = out;
+        if (bytes_ > 2)
+            filter(here, outs, count, bytes_ - 2);
+    }
+
+    void placeEdges(uint32_t j, uint32_t count, const uint32_t* edges) const
+    {
+        uint8_t* out = destination_.row(j);
+        for (uint32_t line = 0; line < count; ++line, out += destination_.lineStep()) {
+            uint8_t* end = out + bytes_ - 1;
+            *out = mixed(firstOf(edges[line]), *out, 0xFFU >> phase_);
+            *end = mixed(lastOf(edges[line]), *end, 0xFFU << tail_);
         }
-        for (unsigned k = 0; k < 4; ++k)
-            results[k] = edgeResults_[k];
-        four(pictureRows, results, edgeBytes);
+    }
+
+    template <class Filter>
+    void filterBeside(uint32_t j, uint32_t count, const uint8_t* const* rows, const uint32_t* edges, Filter filter)
+    {
+        for (size_t k = 0; k < bytes_; k += runBytes) {
+            const PackedRun run = runAt(k);
+            const bool isLast = k + run.bytes == bytes_;
+            const size_t from = k == 0 ? 1 : 0;
+            const size_t to = isLast ? run.bytes - 1 : run.bytes;
+            const uint8_t* here[mostLines + 2];
+            uint8_t* outs[mostLines];
+            for (uint32_t row = 0; row < count + 2; ++row)
+                here[row] = rows[row] + k + from;
+            for (uint32_t line = 0; line < count; ++line)
+                outs[line] = outs_[line] + from;
+            if (from < to)
+                filter(here, outs, count, to - from);
+            for (uint32_t line = 0; line < count; ++line) {
+                uint8_t* out = outs_[line];
+                if (isLast)
+                    out[run.bytes - 1] = lastOf(edges[line]);
+                if (k == 0)
+                    out[0] = firstOf(edges[line]);
+                bits_.copyBits(out, run.phase, destination_.at(run.i, j + line), destination_.phase(run.i) * bits,
+                               size_t{run.n} * bits);
+            }
+        }
     }
 
     void padEdge(const uint8_t* row, size_t k, uint8_t* three) const
@@ -193,22 +238,18 @@ class PackedWindows
         return static_cast<uint8_t>((own & mask) | (other & ~mask));
     }
 
-    // A whole register of the widest kernels, which are slow with less.
-    static constexpr size_t edgeBytes = 64;
-
     const BitKernels& bits_;
     const AreaView source_;
     const AreaView destination_;
     const Overlap overlap_;
-    const unsigned phase_; // bits in front of the first pixel in its byte
-    const size_t bytes_;   // bytes that a line of the source lies in
-    const unsigned tail_;  // bits behind the last pixel in its byte
+    const unsigned phase_;  // bits in front of the first pixel in its byte
+    const size_t bytes_;    // bytes that a line of the source lies in
+    const unsigned tail_;   // bits behind the last pixel in its byte
+    const uint32_t inside_; // the line's own bits of edgeWord()
     const bool inPlace_;
     alignas(64) uint8_t centre_[runBytes + 2];
     alignas(64) uint8_t out_[runBytes];
-    alignas(64) uint8_t fourOuts_[4][runBytes];
-    uint8_t edges_[6][edgeBytes + 2] = {};
-    uint8_t edgeResults_[4][edgeBytes];
+    alignas(64) uint8_t outs_[mostLines][runBytes];
 };
 
 } // namespace lx

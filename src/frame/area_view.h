@@ -56,7 +56,7 @@ class AreaView
     {
         const size_t line = firstLine_ + j * step_;
         const size_t pixel = size_t{x_} + i;
-        return buffer_ + line * pitch_ + (bits_ == 1 ? pixel / 8 : bits_ == 4 ? pixel / 2 : pixel * (bits_ / 8));
+        return buffer_ + line * pitch_ + (pixel / 8 * bits_ + pixel % 8 * bits_ / 8);
     }
 
     uint8_t* row(uint32_t j) const { return at(0, j); }

@@ -31,6 +31,16 @@ inline WindowRows rowsAround(const AreaView& area, uint32_t height, uint32_t j)
     return {j == 0 ? centre : area.row(j - 1), centre, j + 1 == height ? centre : area.row(j + 1)};
 }
 
+// Lines j to j + count - 1 between their neighbours, likewise: rows[0] to rows[count + 1].
+inline void gatherRows(const AreaView& area, uint32_t height, uint32_t j, uint32_t count, const uint8_t** rows)
+{
+    const uint8_t* row = area.row(j);
+    rows[0] = j == 0 ? row : row - area.lineStep();
+    for (uint32_t k = 1; k <= count; ++k, row += area.lineStep())
+        rows[k] = row;
+    rows[count + 1] = j + count == height ? rows[count] : row;
+}
+
 // Whether pixel (i, j) of one area is pixel (i, j) of the other, over all of their overlap.
 inline bool arePixelsShared(const AreaView& a, const AreaView& b)
 {
@@ -83,9 +93,8 @@ class WindowWalk
     template <class Four>
     void fourLines(uint32_t j, Four four) noexcept
     {
-        const WindowRows first = rowsAround(source_, overlap_.height, j);
-        const WindowRows last = rowsAround(source_, overlap_.height, j + 3);
-        const uint8_t* rows[6] = {first.upper, first.centre, first.lower, last.upper, last.centre, last.lower};
+        const uint8_t* rows[6];
+        gatherRows(source_, overlap_.height, j, 4, rows);
         uint8_t* outs[4];
         for (uint32_t k = 0; k < 4; ++k)
             outs[k] = destination_.row(j + k);

@@ -104,21 +104,17 @@ int8_t turnByAngle(double angle, const ImageArea& sourceArea, const ImageArea& d
         walkLines(height, progress, [](uint32_t) {});
     } else if (SlantedRuns::fit(cosine, sine, uint64_t{source.width()} + source.height(),
                                 uint64_t{destination.width()} + height, fixed)) {
-        SlantedRuns runs(fixed, source, destination);
-        const size_t lineBytes = ((size_t{source.phase()} + source.width()) * source.bits() + 7) / 8;
+        const SlantedRuns runs(fixed, source, destination);
         const auto turnBits = kernels().runs->slantedBits;
         walkLines(height, progress, [&](uint32_t j) {
             const SlantedRuns::Row row = runs.row(j);
             if (row.begin >= row.end)
                 return;
             const auto first = static_cast<uint32_t>(row.begin);
-            if (source.bits() == 1 &&
-                turnBits(runs.bits(row, source), destination.at(first, j), destination.phase(first)))
+            if (source.bits() == 1 && turnBits(runs.bits(row), destination.at(first, j), destination.phase(first)))
                 return;
-            runs.walk(row, [&](uint32_t k, const PixelRun* list, size_t count, uint32_t n) {
-                copy({list, count, n, lineBytes, source.phase(), 4 * source.lineStep()}, destination.at(k, j),
-                     destination.phase(k));
-            });
+            runs.walk(
+                row, [&](uint32_t k, const RunRow& piece) { copy(piece, destination.at(k, j), destination.phase(k)); });
         });
     } else {
         const Turn turn(cosine, sine, source, destination);

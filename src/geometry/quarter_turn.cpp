@@ -55,10 +55,10 @@ class QuarterTurn
     static constexpr uint32_t edgeColumns = 512;
 
     // A narrow remainder is not worth a strip: the last two share what is left. Rows of bytes and triples are far
-    // apart, and want longer pieces for it.
+    // apart, and want longer pieces for it, while half of the first-level cache holds the lines they come from.
     uint64_t stripCells(uint64_t left) const
     {
-        const uint64_t strip = (to_.packed() ? 1 : to_.bits() == 8 ? 8 : 4) * TransposeKernels::strip;
+        const uint64_t strip = (to_.packed() ? 1 : to_.bits() == 8 ? 4 : 2) * TransposeKernels::strip;
         constexpr uint64_t narrow = 16;
         return left > strip && left < strip + narrow ? strip - narrow : std::min(left, strip);
     }

@@ -3,8 +3,7 @@
 // Sine and cosine are single-precision numbers, so both are integers in units of 2^-f for some f, and so are all the
 // coordinates that are formed from them. When the coordinates of the whole destination fit the 53 bits of a double,
 // the sums in double precision are exact and integers give the very same positions: a run ends where a coordinate
-// reaches its next level, and the distance to the level after that is one of two neighbouring numbers, as in the
-// drawing of a line. Angles and sizes for which this does not hold, and steep angles, go pixel by pixel.
+// reaches its next level. Angles and sizes for which this does not hold, and steep angles, go pixel by pixel.
 
 #pragma once
 
@@ -13,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 
 namespace lx
 {
@@ -62,45 +62,6 @@ struct Coordinate {
     }
 };
 
-// Distances from one whole number of units to the next, for a value that grows by `slope` with every column.
-class LevelSteps
-{
-  public:
-    static constexpr int64_t never = int64_t{1} << 62;
-
-    LevelSteps(int64_t slope, unsigned bits)
-        : slope_(slope), unit_(int64_t{1} << bits), columns_(slope != 0 ? unit_ / slope : never),
-          rest_(slope != 0 ? unit_ % slope : 0)
-    {
-    }
-
-    // Columns from `value` to the first one that has reached the next whole number.
-    int64_t start(int64_t value)
-    {
-        if (slope_ == 0)
-            return never;
-        const int64_t missing = unit_ - (value & (unit_ - 1));
-        const int64_t columns = (missing + slope_ - 1) / slope_;
-        excess_ = columns * slope_ - missing;
-        return columns;
-    }
-
-    // From there to the next one.
-    int64_t next()
-    {
-        const bool longer = excess_ < rest_;
-        excess_ += (longer ? slope_ : 0) - rest_;
-        return columns_ + (longer ? 1 : 0);
-    }
-
-  private:
-    int64_t slope_;
-    int64_t unit_;
-    int64_t columns_;
-    int64_t rest_;
-    int64_t excess_ = 0; // how far the last whole number was passed
-};
-
 // Cosine and sine as integers in units of 2^-bits.
 struct FixedAngle {
     unsigned bits;
@@ -116,10 +77,10 @@ class SlantedRuns
     // angle is set if so.
     static bool fit(float cosine, float sine, uint64_t sourceSize, uint64_t destinationSize, FixedAngle& angle) noexcept
     {
-        if (!(cosine > 0 && std::abs(sine) + (1 - cosine) < 1.0F / shortest))
+        if (!(cosine > 0 && std::abs(sine) + (1 - cosine) < 1.0F / RunRow::shortest))
             return false;
         angle.bits = std::max(fractionBits(cosine), fractionBits(sine));
-        if (angle.bits > 53 || destinationSize > uint64_t{1} << (53 - angle.bits) ||
+        if (angle.bits > mostBits || destinationSize > uint64_t{1} << (53 - angle.bits) ||
             sourceSize > uint64_t{1} << (60 - angle.bits))
             return false;
         angle.cosine = static_cast<int64_t>(std::ldexp(double{cosine}, static_cast<int>(angle.bits)));
@@ -128,12 +89,13 @@ class SlantedRuns
     }
 
     SlantedRuns(const FixedAngle& angle, const AreaView& source, const AreaView& destination) noexcept
-        : angle_(angle), width_(destination.width()), centreColumn_(destination.width() / 2),
-          centreRow_(destination.height() / 2), sourceColumn_(source.width() / 2), upward_(angle.sine >= 0),
-          centre_(source.row(source.height() / 2)),
+        : angle_(angle), unit_(std::ldexp(1.0, -static_cast<int>(angle.bits))), source_(source),
+          width_(destination.width()), centreColumn_(destination.width() / 2), centreRow_(destination.height() / 2),
+          sourceColumn_(source.width() / 2), upward_(angle.sine >= 0), centre_(source.row(source.height() / 2)),
           climb_(upward_ ? -source.lineStep() : source.lineStep()), columns_{-sourceColumn_,
                                                                              source.width() - 1 - sourceColumn_},
-          stalls_((int64_t{1} << angle.bits) - angle.cosine, angle.bits), climbs_(std::abs(angle.sine), angle.bits)
+          columnsPerClimb_(columnsPerStep(std::abs(angle.sine))),
+          columnsPerStall_(columnsPerStep((int64_t{1} << angle.bits) - angle.cosine))
     {
         const int64_t above = source.height() / 2;
         const int64_t below = source.height() - 1 - above;
@@ -161,27 +123,26 @@ class SlantedRuns
     }
 
     // A row for the kernel that makes rows of bits at once.
-    SlantedBits bits(const Row& row, const AreaView& source) const noexcept
+    SlantedBits bits(const Row& row) const noexcept
     {
-        const double unit = std::ldexp(1.0, -static_cast<int>(angle_.bits));
-        const auto scaled = [unit](const Coordinate& c) {
-            return SlantedBits::Coordinate{static_cast<double>(c.start) * unit, static_cast<double>(c.slope) * unit};
+        const auto scaled = [this](const Coordinate& c) {
+            return SlantedBits::Coordinate{static_cast<double>(c.start) * unit_, static_cast<double>(c.slope) * unit_};
         };
         return {.centre = centre_,
                 .climb = climb_,
-                .ahead = 24 * source.lineStep(),
-                .lineBytes = (size_t{source.phase()} + source.width() + 7) / 8,
-                .column = source.phase() + sourceColumn_,
-                .unit = unit,
+                .ahead = 24 * source_.lineStep(),
+                .lineBytes = lineBytes(),
+                .column = source_.phase() + sourceColumn_,
+                .unit = unit_,
                 .across = scaled(row.across),
                 .along = scaled(row.along),
                 .begin = row.begin,
                 .end = row.end};
     }
 
-    // Calls `copy(k, runs, count, n)`: `count` runs bring the n destination pixels from column k on.
+    // Calls `copy(k, piece)`: the destination pixels from column k on.
     template <class Copy>
-    void walk(const Row& row, Copy copy) noexcept
+    void walk(const Row& row, Copy copy) const noexcept
     {
         const auto& [across, along, begin, end] = row;
         // Truncation toward zero turns round where a coordinate changes its sign.
@@ -191,15 +152,17 @@ class SlantedRuns
         int64_t k = begin;
         for (const int64_t turn : turns) {
             while (k < std::min(turn, end)) {
-                const Span piece{k, std::min({turn, end, k + chunkPixels})};
-                copy(static_cast<uint32_t>(k), runs_, list(across, along, piece), static_cast<uint32_t>(piece.end - k));
-                k = piece.end;
+                const int64_t next = std::min({turn, end, k + int64_t{RunRow::most}});
+                copy(static_cast<uint32_t>(k), piece(across, along, {k, next}));
+                k = next;
             }
         }
     }
 
   private:
-    static constexpr unsigned shortest = 8; // pixels of a run on average; shorter ones are not worth their while
+    // The column of a step is found by a quotient that is off by less than RunRow::most * 2^-52. Half a unit, over a
+    // slope of less than 1/8, keeps it by 4 * 2^-bits away from all integers.
+    static constexpr unsigned mostBits = 40;
 
     // Digits behind the binary point.
     static unsigned fractionBits(float value)
@@ -208,39 +171,41 @@ class SlantedRuns
         return std::frexp(value, &exponent) != 0 ? static_cast<unsigned>(24 - exponent) : 0;
     }
 
-    // The runs of columns in which neither coordinate changes its sign.
-    size_t list(const Coordinate& across, const Coordinate& along, const Span& piece) noexcept
+    size_t lineBytes() const { return ((size_t{source_.phase()} + source_.width()) * source_.bits() + 7) / 8; }
+
+    double columnsPerStep(int64_t slope) const
     {
-        const int64_t unit = int64_t{1} << angle_.bits;
-        int64_t column = sourceColumn_ + across.level(piece.begin);
-        ptrdiff_t line = static_cast<ptrdiff_t>(along.level(piece.begin)) * climb_;
-        LevelSteps stalls = stalls_;
-        LevelSteps climbs = climbs_;
-        // The source column stays behind by one wherever the growing rest, k - across, reaches its next level.
-        const int64_t left = across.at(piece.begin);
-        int64_t toStall = stalls.start(-left + (left < 0 ? 0 : unit - 1));
-        int64_t toClimb = climbs.start(along.at(piece.begin) + along.below(along.at(piece.begin)));
-        PixelRun* run = runs_;
-        for (int64_t missing = piece.end - piece.begin; missing != 0; ++run) {
-            const int64_t n = std::min({toStall, toClimb, missing});
-            *run = {centre_ + line, static_cast<uint32_t>(column), static_cast<uint32_t>(n)};
-            missing -= n;
-            column += n;
-            toStall -= n;
-            toClimb -= n;
-            if (toStall == 0) {
-                --column;
-                toStall = stalls.next();
-            }
-            if (toClimb == 0) {
-                line += climb_;
-                toClimb = climbs.next();
-            }
-        }
-        return static_cast<size_t>(run - runs_);
+        return slope != 0 ? 1 / (static_cast<double>(slope) * unit_) : std::numeric_limits<double>::infinity();
+    }
+
+    // Columns in which neither coordinate changes its sign.
+    RunRow piece(const Coordinate& across, const Coordinate& along, const Span& columns) const noexcept
+    {
+        const int64_t left = across.at(columns.begin);
+        const int64_t up = along.at(columns.begin);
+        return {.line = centre_ + static_cast<ptrdiff_t>(along.level(columns.begin)) * climb_,
+                .climb = climb_,
+                .ahead = 4 * source_.lineStep(),
+                .lineBytes = lineBytes(),
+                .phase = source_.phase(),
+                .column = static_cast<size_t>(sourceColumn_ + across.level(columns.begin)),
+                .pixels = static_cast<size_t>(columns.end - columns.begin),
+                .climbs = {toNextLevel(up + along.below(up)), columnsPerClimb_},
+                // The source column stays behind by one wherever the growing rest, k - across, reaches its next level.
+                .stalls = {toNextLevel(-left + (left < 0 ? 0 : across.below(-1))), columnsPerStall_}};
+    }
+
+    // How far a value is from the next whole number above it. Half a unit less gives the same column by truncation, and
+    // no quotient is near an integer.
+    double toNextLevel(int64_t value) const
+    {
+        const int64_t missing = (int64_t{1} << angle_.bits) - (value & ((int64_t{1} << angle_.bits) - 1));
+        return (static_cast<double>(missing) - 0.5) * unit_;
     }
 
     const FixedAngle angle_;
+    const double unit_;
+    const AreaView source_;
     const int64_t width_;
     const int64_t centreColumn_;
     const int64_t centreRow_;
@@ -250,9 +215,8 @@ class SlantedRuns
     const ptrdiff_t climb_;       // bytes from one source line to the next, on the way from left to right
     const LevelRange columns_;
     LevelRange lines_;
-    const LevelSteps stalls_;
-    const LevelSteps climbs_;
-    PixelRun runs_[chunkPixels / shortest + 4];
+    const double columnsPerClimb_;
+    const double columnsPerStall_;
 };
 
 } // namespace lx

@@ -9,11 +9,12 @@
 // sorted, the sixth smallest, which is the fourth greatest, is max(d, min(c, high), min(b, mid), min(a, low)).
 //
 // Majority: a full adder per column of three gives two-bit counts for a whole register of pixels at once; three such
-// counts, shifted to one place, are added and compared with 5 by logic alone. Four rows of results count along the rows
-// instead, so that each count serves three of them.
+// counts, shifted to one place, are added and compared with 5 by logic alone. Several rows of results count along the
+// rows instead, so that each count serves three of them.
 //
 // The last block of a row overlaps the one before it, so that long rows need no loop over single bytes.
 
+#include "kernels/fetch_early.h"
 #include "kernels/kernel_tables.h"
 
 #include <cstring>
@@ -147,6 +148,15 @@ void store(const Bytes& bytes, uint8_t* destination)
     std::memcpy(destination, &bytes, sizeof bytes);
 }
 
+// Rows `first` and `second` follow each other, and `last` and the next four do so, too. A row is too short for the
+// processor to follow it by itself; results are fetched as well, since they fill a line of the cache only in parts.
+void fetchNextFour(const uint8_t* first, const uint8_t* second, const uint8_t* last)
+{
+    const auto step = static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(second) - reinterpret_cast<uintptr_t>(first));
+    for (ptrdiff_t j = 1; j <= 4; ++j)
+        fetchEarly<2>(last, j * step);
+}
+
 void sixthInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes, size_t stride)
 {
     if (bytes < laneBytes) {
@@ -158,6 +168,10 @@ void sixthInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, s
     uint8_t* const to[4] = {destinations[0], destinations[1], destinations[2], destinations[3]};
     for (size_t k = 0; k < bytes; k += laneBytes) {
         const size_t at = k + laneBytes <= bytes ? k : bytes - laneBytes;
+        if (k % 64 == 0) {
+            fetchNextFour(own[1], own[2], own[5] + at);
+            fetchNextFour(to[0], to[1], to[3] + at);
+        }
         const Sorted<Bytes> second = sortedAt(own[1] + at, stride);
         const Sorted<Bytes> third = sortedAt(own[2] + at, stride);
         const FourGreatest upper(second, third);
@@ -170,8 +184,8 @@ void sixthInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, s
     }
 }
 
-// Packed pixels: logic on single bits, on numbers that hold three bytes of a row and on registers.
-using Three = uint32_t;
+// Packed pixels: logic on single bits, on words and on registers.
+using Word = uint32_t;
 
 template <class Bits>
 Bits odd(Bits a, Bits b, Bits c)
@@ -294,19 +308,32 @@ Count<Lanes> countAcross(const uint8_t* row)
     return count(fromLeft<bits>(here, load<Lanes>(row - 1)), here, fromRight<bits>(here, load<Lanes>(row + 1)));
 }
 
-Three loadThree(const uint8_t* middle)
+// Of the pixels that have both neighbours in the word.
+template <unsigned bits>
+Word majorityOfWord(Word upper, Word centre, Word lower)
 {
-    return static_cast<Three>(middle[-1] << 16 | middle[0] << 8 | middle[1]);
+    const Count<Word> here = count(upper, centre, lower);
+    const Count<Word> left = {here.ones >> bits, here.twos >> bits};
+    const Count<Word> right = {here.ones << bits, here.twos << bits};
+    return select<Word>(Word{colourless<bits>} * 0x01010101U, centre, atLeastFive(left, here, right));
+}
+
+template <unsigned bits>
+void majorityInWords(const uint32_t* LX_RESTRICT rows, uint32_t* LX_RESTRICT results, size_t count)
+{
+    for (size_t j = 0; j < count; ++j)
+        results[j] = majorityOfWord<bits>(rows[j], rows[j + 1], rows[j + 2]);
+}
+
+Word loadThree(const uint8_t* middle)
+{
+    return static_cast<Word>(middle[-1] << 16 | middle[0] << 8 | middle[1]);
 }
 
 template <unsigned bits>
 uint8_t majorityOfByte(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower)
 {
-    const Count<Three> here = count(loadThree(upper), loadThree(centre), loadThree(lower));
-    const Count<Three> left = {here.ones >> bits, here.twos >> bits};
-    const Count<Three> right = {here.ones << bits, here.twos << bits};
-    const Three result = atLeastFive(left, here, right) >> 8;
-    return static_cast<uint8_t>(select<Three>(colourless<bits>, *centre, result));
+    return static_cast<uint8_t>(majorityOfWord<bits>(loadThree(upper), loadThree(centre), loadThree(lower)) >> 8);
 }
 
 template <unsigned bits>
@@ -325,25 +352,23 @@ void majority(const uint8_t* LX_RESTRICT upper, const uint8_t* LX_RESTRICT centr
 }
 
 template <unsigned bits>
-void majorityInFourRows(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes)
+void majorityInRows(const uint8_t* const* rows, uint8_t* const* destinations, size_t count, size_t bytes)
 {
     if (bytes < laneBytes) {
-        for (unsigned j = 0; j < 4; ++j)
+        for (size_t j = 0; j < count; ++j)
             majority<bits>(rows[j], rows[j + 1], rows[j + 2], destinations[j], bytes);
         return;
     }
-    const uint8_t* const own[6] = {rows[0], rows[1], rows[2], rows[3], rows[4], rows[5]};
-    uint8_t* const to[4] = {destinations[0], destinations[1], destinations[2], destinations[3]};
     for (size_t k = 0; k < bytes; k += laneBytes) {
         const size_t at = k + laneBytes <= bytes ? k : bytes - laneBytes;
-        Count<Lanes> upper = countAcross<bits>(own[0] + at);
-        Count<Lanes> centre = countAcross<bits>(own[1] + at);
-        for (unsigned j = 0; j < 4; ++j) {
-            const Count<Lanes> lower = countAcross<bits>(own[j + 2] + at);
+        Count<Lanes> upper = countAcross<bits>(rows[0] + at);
+        Count<Lanes> centre = countAcross<bits>(rows[1] + at);
+        for (size_t j = 0; j < count; ++j) {
+            const Count<Lanes> lower = countAcross<bits>(rows[j + 2] + at);
             Lanes result = atLeastFive(upper, centre, lower);
             if constexpr (colourless<bits> != 0)
-                result = select(fill(colourless<bits>), load<Lanes>(own[j + 1] + at), result);
-            std::memcpy(to[j] + at, &result, sizeof result);
+                result = select(fill(colourless<bits>), load<Lanes>(rows[j + 1] + at), result);
+            std::memcpy(destinations[j] + at, &result, sizeof result);
             upper = centre;
             centre = lower;
         }
@@ -352,7 +377,7 @@ void majorityInFourRows(const uint8_t* const* rows, uint8_t* const* destinations
 
 } // namespace
 
-constexpr MedianKernels medianKernels = {sixthOfNine, sixthInFourRows,       majority<1>,
-                                         majority<4>, majorityInFourRows<1>, majorityInFourRows<4>};
+constexpr MedianKernels medianKernels = {sixthOfNine,       sixthInFourRows,   majority<1>,        majority<4>,
+                                         majorityInRows<1>, majorityInRows<4>, majorityInWords<1>, majorityInWords<4>};
 
 } // namespace lx::LX_LEVEL

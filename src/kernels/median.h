@@ -25,9 +25,14 @@ struct MedianKernels {
     void (*majorityOfNibbles)(const uint8_t* upper, const uint8_t* centre, const uint8_t* lower, uint8_t* destination,
                               size_t bytes);
 
-    // Both for four rows that follow each other, like sixthInFourRows.
-    void (*majorityOfBitsInFourRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes);
-    void (*majorityOfNibblesInFourRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t bytes);
+    // Both for `count` rows that follow each other: destinations[j] from rows[j], rows[j + 1] and rows[j + 2].
+    void (*majorityOfBitsInRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t count, size_t bytes);
+    void (*majorityOfNibblesInRows)(const uint8_t* const* rows, uint8_t* const* destinations, size_t count,
+                                    size_t bytes);
+
+    // Both for rows of one word each, whose highest pixel is the leftmost. Pixels without a neighbour mean nothing.
+    void (*majorityOfBitsInWords)(const uint32_t* rows, uint32_t* results, size_t count);
+    void (*majorityOfNibblesInWords)(const uint32_t* rows, uint32_t* results, size_t count);
 };
 
 } // namespace lx

@@ -4,6 +4,7 @@
 #include "kernels/kernel_tables.h"
 
 #if defined(LX_LEVEL_v4)
+#include "kernels/fetch_early.h"
 #include "kernels/registers_v4.h"
 #endif
 
@@ -15,12 +16,10 @@ namespace
 
 #if defined(LX_LEVEL_v4)
 
-// Asks for the bytes of 128 columns, `step` bytes further on. The address may lie anywhere.
-void fetchEarly(const uint8_t* source, ptrdiff_t step)
+void fetchColumns(const uint8_t* from, ptrdiff_t ahead)
 {
-    const uintptr_t address = reinterpret_cast<uintptr_t>(source) + static_cast<uintptr_t>(step);
-    __builtin_prefetch(reinterpret_cast<const void*>(address), 0, 2);      // NOLINT(performance-no-int-to-ptr)
-    __builtin_prefetch(reinterpret_cast<const void*>(address + 64), 0, 2); // NOLINT(performance-no-int-to-ptr)
+    fetchEarly<2>(from, ahead);
+    fetchEarly<2>(from + 64, ahead);
 }
 
 // The sums of as many columns as whole registers take; returns their number. The rows that follow are likely to be
@@ -33,10 +32,10 @@ size_t sumRowsWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned r
     for (; i + 128 <= components; i += 128) {
         const uint8_t* row = source + i;
         __m512i v[4] = {widen(row), widen(row + 32), widen(row + 64), widen(row + 96)};
-        fetchEarly(row, ahead);
+        fetchColumns(row, ahead);
         for (unsigned r = 1; r < rows; ++r) {
             row += step;
-            fetchEarly(row, ahead);
+            fetchColumns(row, ahead);
             for (unsigned k = 0; k < 4; ++k)
                 v[k] = _mm512_add_epi16(v[k], widen(row + 32 * k));
         }

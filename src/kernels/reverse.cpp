@@ -107,6 +107,20 @@ __m512i loadUpTo(const uint8_t* row, ptrdiff_t bytes, ptrdiff_t last)
     return _mm512_maskz_loadu_epi8(there, reinterpret_cast<const void*>(address)); // NOLINT(performance-no-int-to-ptr)
 }
 
+// Bytes of a destination register that only some bits are written of.
+struct SharedBytes {
+    __m512i owned = _mm512_set1_epi8(-1);
+    __m512i before = _mm512_setzero_si512();
+
+    void add(__mmask64 which, uint8_t byte, unsigned ownBits)
+    {
+        owned = _mm512_mask_set1_epi8(owned, which, static_cast<char>(ownBits));
+        before = _mm512_mask_set1_epi8(before, which, static_cast<char>(byte));
+    }
+
+    __m512i merged(__m512i v) const { return _mm512_ternarylogic_epi64(owned, v, before, 0xCA); }
+};
+
 // Phases and the number of bits are any. Destination byte k has the bits of a window of two source bytes, the same
 // place in all of them. The last comes first.
 template <class Reverse>
@@ -121,26 +135,26 @@ void reverseShifted(const uint8_t* source, unsigned sourcePhase, uint8_t* destin
     constexpr uint64_t unit = 0x0102040810204080;
     const __m512i up = _mm512_set1_epi64(static_cast<int64_t>(unit >> 8 * shift));
     const __m512i down = _mm512_set1_epi64(static_cast<int64_t>(shift != 0 ? unit << 8 * (8 - shift) : 0));
+    const unsigned headBits = 0xFFU >> destinationPhase;
+    const unsigned tailBits = 0xFF00U >> (static_cast<unsigned>(destinationPhase + bits - 1) % 8 + 1);
+    const auto join = [&](__m512i first, __m512i second) {
+        return reverse(_mm512_or_si512(timesMatrix(first, up), timesMatrix(second, down)));
+    };
     for (ptrdiff_t k = (bytes - 1) / 64 * 64; k >= 0; k -= 64) {
-        const __m512i first = loadUpTo(source, sourceBytes, firstByte - k);
-        const __m512i second = loadUpTo(source, sourceBytes, firstByte - k + 1);
-        __m512i v = reverse(_mm512_or_si512(timesMatrix(first, up), timesMatrix(second, down)));
-        const __mmask64 mine = ~uint64_t{0} >> (bytes - k < 64 ? 64 - (bytes - k) : 0);
-        if (k == 0 || bytes - k <= 64) {
-            const __m512i before = _mm512_maskz_loadu_epi8(mine, destination + k);
-            __m512i owned = _mm512_set1_epi8(-1);
-            if (bytes - k <= 64) {
-                const unsigned end = static_cast<unsigned>(destinationPhase + bits - 1) % 8 + 1;
-                owned = _mm512_mask_set1_epi8(owned, mine ^ (mine >> 1), static_cast<char>(0xFF00U >> end));
-            }
-            if (k == 0) {
-                const __m512i head =
-                    _mm512_mask_set1_epi8(_mm512_set1_epi8(-1), 1, static_cast<char>(0xFFU >> destinationPhase));
-                owned = _mm512_and_si512(owned, head);
-            }
-            v = _mm512_ternarylogic_epi64(owned, v, before, 0xCA);
+        const ptrdiff_t last = firstByte - k;
+        if (k != 0 && bytes - k > 64 && last >= 63 && last + 1 < sourceBytes) {
+            const uint8_t* from = source + last - 63;
+            _mm512_storeu_si512(destination + k, join(_mm512_loadu_si512(from), _mm512_loadu_si512(from + 1)));
+            continue;
         }
-        _mm512_mask_storeu_epi8(destination + k, mine, v);
+        const __mmask64 mine = ~uint64_t{0} >> (bytes - k < 64 ? 64 - (bytes - k) : 0);
+        SharedBytes shared;
+        if (bytes - k <= 64)
+            shared.add(mine ^ (mine >> 1), destination[bytes - 1], tailBits);
+        if (k == 0)
+            shared.add(1, destination[0], bytes == 1 ? headBits & tailBits : headBits);
+        const __m512i v = join(loadUpTo(source, sourceBytes, last), loadUpTo(source, sourceBytes, last + 1));
+        _mm512_mask_storeu_epi8(destination + k, mine, shared.merged(v));
     }
 }
 

@@ -1,9 +1,11 @@
 // Rows put together from runs of neighbouring pixels, or pixel by pixel.
 //
-// Runs are some dozens of pixels long. Bytes are copied in blocks that may run on past the run's end, over bytes that
-// the next run brings, as long as neither the source line nor the destination row ends there. Packed pixels flow
-// through a 64-bit word.
+// Runs are some dozens of pixels long. Where they end is worked out beforehand for all of them, so that none waits for
+// the one before it. Bytes are copied in blocks that may run on past the run's end, over bytes that the next run
+// brings, as long as neither the source line nor the destination row ends there. Packed pixels flow through a 64-bit
+// word.
 
+#include "kernels/fetch_early.h"
 #include "kernels/kernel_tables.h"
 
 #include <cstring>
@@ -82,13 +84,44 @@ class BitStream
     unsigned held_; // bits of the word that are in use, less than 8
 };
 
-// Neighbouring runs lie in different lines: too many streams for the processor to follow. The address may lie anywhere.
-// Level 3 is the first-level cache, 2 the second.
-template <int Level>
-void fetchEarly(const uint8_t* source, ptrdiff_t ahead)
+// The pixel that a step comes before, or any from `end` on.
+int32_t stepAt(const RunRow::Steps& steps, int32_t number, int32_t end)
 {
-    const uintptr_t address = reinterpret_cast<uintptr_t>(source) + static_cast<uintptr_t>(ahead);
-    __builtin_prefetch(reinterpret_cast<const void*>(address), 0, Level); // NOLINT(performance-no-int-to-ptr)
+    const double pixels = (steps.first + number) * steps.pixels;
+    return static_cast<int32_t>(pixels < end ? pixels : end) + 1;
+}
+
+// Calls `copy(line, column, n, k)`: n pixels, maybe none, of a line are destination pixels k to k + n - 1. Because of
+// its array, GCC would not inline this, and `copy` would have to look things up in memory.
+template <class Copy>
+[[gnu::always_inline]] inline void walkRuns(const RunRow& row, Copy copy)
+{
+    const auto end = static_cast<int32_t>(row.pixels);
+    const auto climbCount = static_cast<int32_t>(end / row.climbs.pixels) + 2;
+    int32_t climbs[RunRow::most / RunRow::shortest + 2];
+    for (int32_t m = 0; m < climbCount; ++m)
+        climbs[m] = stepAt(row.climbs, m, end);
+    climbs[climbCount - 1] = end;
+    const RunRow::Steps stalls = row.stalls;
+    const ptrdiff_t lineStep = row.climb;
+    const uint8_t* line = row.line;
+    const int32_t* climb = climbs;
+    size_t column = row.column;
+    int32_t k = 0;
+    const auto copyUpTo = [&](int32_t to) {
+        copy(line, column + static_cast<size_t>(k), static_cast<size_t>(to - k), static_cast<size_t>(k));
+        k = to;
+    };
+    for (int32_t stall = 0;; ++stall) {
+        const int32_t next = stepAt(stalls, stall, end);
+        const int32_t pieceEnd = next < end ? next : end;
+        for (; *climb < pieceEnd; line += lineStep)
+            copyUpTo(*climb++);
+        copyUpTo(pieceEnd);
+        if (pieceEnd == end)
+            return;
+        --column;
+    }
 }
 
 template <unsigned Bits>
@@ -96,21 +129,19 @@ void copyPackedRuns(const RunRow& row, uint8_t* destination, unsigned phase)
 {
     constexpr size_t most = 56; // bits that a word holds wherever in a byte they start
     BitStream stream(destination, phase * Bits, row.pixels * Bits);
-    for (size_t k = 0; k < row.count; ++k) {
-        const PixelRun& run = row.runs[k];
-        size_t place = (size_t{row.phase} + run.column) * Bits;
-        size_t left = size_t{run.count} * Bits;
-        do {
+    walkRuns(row, [&](const uint8_t* line, size_t column, size_t pixels, size_t) {
+        size_t place = (row.phase + column) * Bits;
+        for (size_t left = pixels * Bits; left != 0;) {
             const size_t n = left < most ? left : most;
             const size_t byte = place / 8;
-            fetchEarly<3>(run.line + byte, row.ahead);
+            fetchEarly<3>(line + byte, row.ahead);
             const uint64_t word =
-                byte + 8 <= row.lineBytes ? loadBig64(run.line + byte) : loadNearEnd(run.line, byte, row.lineBytes);
+                byte + 8 <= row.lineBytes ? loadBig64(line + byte) : loadNearEnd(line, byte, row.lineBytes);
             stream.put(word << place % 8, static_cast<unsigned>(n));
             place += n;
             left -= n;
-        } while (left != 0);
-    }
+        }
+    });
     stream.finish();
 }
 
@@ -127,23 +158,23 @@ void copyRuns(const RunRow& row, uint8_t* LX_RESTRICT destination)
 {
     constexpr size_t block = 32;
     constexpr int level = Size == 3 ? 2 : 3; // some rows of triples are too much for the first-level cache
-    size_t room = row.pixels * Size;
-    for (size_t k = 0; k < row.count; ++k) {
-        const size_t at = size_t{row.runs[k].column} * Size;
-        const size_t n = size_t{row.runs[k].count} * Size;
-        const uint8_t* LX_RESTRICT source = row.runs[k].line + at;
+    const size_t room = row.pixels * Size;
+    const size_t lineBytes = row.lineBytes;
+    const ptrdiff_t ahead = row.ahead;
+    walkRuns(row, [=](const uint8_t* line, size_t column, size_t pixels, size_t k) {
+        const uint8_t* LX_RESTRICT source = line + column * Size;
+        uint8_t* LX_RESTRICT to = destination + k * Size;
+        const size_t n = pixels * Size;
         const size_t rounded = (n + block - 1) / block * block;
-        if (rounded <= room && at + rounded <= row.lineBytes) {
+        if (k * Size + rounded <= room && column * Size + rounded <= lineBytes) {
             for (size_t b = 0; b < n; b += block) {
-                fetchEarly<level>(source + b, row.ahead);
-                std::memcpy(destination + b, source + b, block);
+                fetchEarly<level>(source + b, ahead);
+                std::memcpy(to + b, source + b, block);
             }
         } else {
-            std::memcpy(destination, source, n);
+            std::memcpy(to, source, n);
         }
-        destination += n;
-        room -= n;
-    }
+    });
 }
 
 void swapTriples(uint8_t* pixels, size_t n)

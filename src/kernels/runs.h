@@ -1,4 +1,4 @@
-// Rows put together from pixels that lie elsewhere: in runs of neighbours, or one by one along a slanted line.
+// Rows put together from pixels that lie along a slanted line of the source: in runs of neighbours, or one by one.
 
 #pragma once
 
@@ -8,21 +8,27 @@
 namespace lx
 {
 
-// Neighbouring pixels of a source line.
-struct PixelRun {
-    const uint8_t* line; // the byte of the area's first pixel in this line
-    uint32_t column;     // first pixel, counted from the area's left edge
-    uint32_t count;      // at least 1
-};
-
-// Runs that follow one another in the destination.
+// A piece of a destination row whose pixels lie on the source in runs of neighbours. The source line steps on from run
+// to run; now and then, the source column falls behind by one.
 struct RunRow {
-    const PixelRun* runs;
-    size_t count;
-    size_t pixels;    // of all runs together
-    size_t lineBytes; // bytes of a source line that hold pixels of its area
-    unsigned phase;   // place of the area's first pixel within its byte, of packed pixels
-    ptrdiff_t ahead;  // from a run to the bytes that a later row will want, to be fetched early
+    static constexpr size_t most = 4096;  // pixels
+    static constexpr size_t shortest = 8; // pixels of a run on average
+
+    // Step m = 0, 1, ... comes before pixel trunc((first + m) * pixels) + 1, or never if `pixels` is infinite.
+    struct Steps {
+        double first; // above 0, at most 1
+        double pixels;
+    };
+
+    const uint8_t* line; // the byte of the area's first pixel in the line of pixel 0
+    ptrdiff_t climb;     // from there to the next line
+    ptrdiff_t ahead;     // to the line that a later row will want, to be fetched early
+    size_t lineBytes;    // of a line that hold pixels of the area
+    unsigned phase;      // place of the area's first pixel within its byte, of packed pixels
+    size_t column;       // of pixel 0, counted from the area's left edge
+    size_t pixels;
+    Steps climbs;
+    Steps stalls;
 };
 
 // Source pixels on a slanted line. In double precision, every operation rounded on its own, with d = first + i:

@@ -10,6 +10,7 @@
 #pragma once
 
 #include "kernels/correct.h"
+#include "kernels/fetch_early.h"
 #include "kernels/registers_v4.h"
 
 #include <cstring>
@@ -142,14 +143,6 @@ class RowPart
     __mmask64 mask_;
 };
 
-// What the next lines need comes from afar, in pieces too short for the processor to foresee. The address need not be
-// one of a row.
-void fetchNext(const NeighbourRows& rows, unsigned j, size_t k)
-{
-    const uintptr_t address = reinterpret_cast<uintptr_t>(rows.rows[j] + k) + static_cast<uintptr_t>(rows.next);
-    __builtin_prefetch(reinterpret_cast<const void*>(address)); // NOLINT(performance-no-int-to-ptr)
-}
-
 // Calls block(k, mask) for 64 bytes of every row from the k-th on.
 template <class Block>
 void walkMasked(size_t bytes, Block block)
@@ -181,7 +174,7 @@ void separatedInWords(const SharpenFactors<4>& factors, const NeighbourRows& row
         Words upper = part(0).own();
         Words centre = part(1).own();
         for (unsigned j = 0; j < own.lines; ++j) {
-            fetchNext(own, j + 2, k);
+            fetchEarly<3>(own.rows[j + 2] + k, own.next);
             const Words lower = part(j + 2).own();
             const Words beside = part(j + 1).beside();
             __m512i results[2];
@@ -213,7 +206,7 @@ void crossInWords(const SharpenFactors<3>& factors, const NeighbourRows& rows)
         Row upper(part(0));
         Row centre(part(1));
         for (unsigned j = 0; j < own.lines; ++j) {
-            fetchNext(own, j + 2, k);
+            fetchEarly<3>(own.rows[j + 2] + k, own.next);
             const Row lower(part(j + 2));
             __m512i results[2];
             for (unsigned h = 0; h < 2; ++h) {

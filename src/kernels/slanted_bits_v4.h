@@ -11,6 +11,7 @@
 
 #pragma once
 
+#include "kernels/fetch_early.h"
 #include "kernels/runs.h"
 
 #include <immintrin.h>
@@ -150,7 +151,7 @@ class SlantedWords
         const __m512d y = at(row_.along, columns);
         __m512d level = truncated(y);
         __m512i source = _mm512_add_epi64(byte, _mm512_mullo_epi64(_mm512_cvttpd_epi64(level), splat(row_.climb)));
-        fetchEarly(source);
+        fetchAhead(source);
         __m512i words = splat(0);
         for (__m512i lineBegin = splat(0);;) {
             // The next level is reached half a unit short of it, or if it is not positive, past the one before.
@@ -177,12 +178,10 @@ class SlantedWords
     }
 
     // Each row takes the lines one further on; too many streams for the processor to follow.
-    void fetchEarly(__m512i source) const
+    void fetchAhead(__m512i source) const
     {
-        const uintptr_t address = reinterpret_cast<uintptr_t>(row_.centre) +
-                                  static_cast<uintptr_t>(_mm_cvtsi128_si64(_mm512_castsi512_si128(source))) +
-                                  static_cast<uintptr_t>(row_.ahead);
-        __builtin_prefetch(reinterpret_cast<const void*>(address)); // NOLINT(performance-no-int-to-ptr)
+        const ptrdiff_t byte = _mm_cvtsi128_si64(_mm512_castsi512_si128(source));
+        fetchEarly<3>(row_.centre, byte + row_.ahead);
     }
 
     const SlantedBits row_;

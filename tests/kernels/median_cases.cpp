@@ -18,17 +18,31 @@ void filterRows(KernelBench& bench, size_t n, size_t beside, Filter filter)
     filter(rows, bench.to(n));
 }
 
-// Six rows likewise, and four places for n bytes.
+// Some rows likewise with the two beside them, and as many places for n bytes.
 template <class Filter>
-void filterFourRows(KernelBench& bench, size_t n, size_t beside, Filter filter)
+void filterRowsTogether(KernelBench& bench, size_t count, size_t n, size_t beside, Filter filter)
 {
-    const uint8_t* rows[6];
-    uint8_t* to[4];
+    std::vector<const uint8_t*> rows(count + 2);
+    std::vector<uint8_t*> to(count);
     for (const uint8_t*& row : rows)
         row = bench.bytes(n + 2 * beside) + beside;
     for (uint8_t*& destination : to)
         destination = bench.to(n);
-    filter(rows, to);
+    filter(rows.data(), to.data());
+}
+
+void filterPackedRows(KernelBench& bench, size_t n,
+                      void (*filter)(const uint8_t* const*, uint8_t* const*, size_t, size_t))
+{
+    const size_t count = 1 + bench.random().below(9);
+    filterRowsTogether(bench, count, n, 1,
+                       [&](const uint8_t* const* rows, uint8_t* const* to) { filter(rows, to, count, n); });
+}
+
+void filterWords(KernelBench& bench, size_t n, void (*filter)(const uint32_t*, uint32_t*, size_t))
+{
+    const auto* rows = bench.from<uint32_t>(n + 2, [&] { return bench.random().next(); });
+    filter(rows, bench.to<uint32_t>(n), n);
 }
 
 } // namespace
@@ -44,7 +58,7 @@ const std::vector<KernelCase> medianKernelCases = {
     {"sixthInFourRows",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
          for (const size_t stride : {size_t{1}, size_t{3}})
-             filterFourRows(bench, n, stride, [&](const uint8_t* const* rows, uint8_t* const* to) {
+             filterRowsTogether(bench, 4, n, stride, [&](const uint8_t* const* rows, uint8_t* const* to) {
                  kernels.median->sixthInFourRows(rows, to, n, stride);
              });
      }},
@@ -60,18 +74,14 @@ const std::vector<KernelCase> medianKernelCases = {
              kernels.median->majorityOfNibbles(rows[0], rows[1], rows[2], to, n);
          });
      }},
-    {"majorityOfBitsInFourRows",
-     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         filterFourRows(bench, n, 1, [&](const uint8_t* const* rows, uint8_t* const* to) {
-             kernels.median->majorityOfBitsInFourRows(rows, to, n);
-         });
-     }},
-    {"majorityOfNibblesInFourRows",
-     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         filterFourRows(bench, n, 1, [&](const uint8_t* const* rows, uint8_t* const* to) {
-             kernels.median->majorityOfNibblesInFourRows(rows, to, n);
-         });
-     }},
+    {"majorityOfBitsInRows", [](const lx::Kernels& kernels, KernelBench& bench,
+                                size_t n) { filterPackedRows(bench, n, kernels.median->majorityOfBitsInRows); }},
+    {"majorityOfNibblesInRows", [](const lx::Kernels& kernels, KernelBench& bench,
+                                   size_t n) { filterPackedRows(bench, n, kernels.median->majorityOfNibblesInRows); }},
+    {"majorityOfBitsInWords", [](const lx::Kernels& kernels, KernelBench& bench,
+                                 size_t n) { filterWords(bench, n, kernels.median->majorityOfBitsInWords); }},
+    {"majorityOfNibblesInWords", [](const lx::Kernels& kernels, KernelBench& bench,
+                                    size_t n) { filterWords(bench, n, kernels.median->majorityOfNibblesInWords); }},
 };
 
 } // namespace lxtest

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace lxtest
 {
@@ -55,28 +56,39 @@ void reversePacked(KernelBench& bench, size_t n, size_t bitsPerPixel,
     reverse(source, from, bench.to(bytes(to)), to, n);
 }
 
-struct Runs {
-    std::vector<lx::PixelRun> runs;
-    lx::RunRow row;
-};
-
-// Runs from one line that bring n pixels.
-Runs randomRuns(KernelBench& bench, size_t n, size_t bitsPerPixel)
+// Steps that n pixels take, `shortest` or more pixels apart.
+lx::RunRow::Steps randomSteps(KernelBench& bench, double shortest)
 {
-    const uint32_t width = 1 + bench.random().below(600);
+    const double pixels = shortest + bench.random().unit() * (bench.random().chance(50) ? 30 : 900);
+    return {std::ldexp(1 + bench.random().below(1000), -10),
+            bench.random().chance(10) ? std::numeric_limits<double>::infinity() : pixels};
+}
+
+// Runs that bring n pixels, all of them inside a picture that has no more lines than they take.
+lx::RunRow randomRuns(KernelBench& bench, size_t n, size_t bitsPerPixel)
+{
+    constexpr double shortest = 8.01;
+    constexpr double bytes = 25000; // of the picture
+    const auto most = [n](const lx::RunRow::Steps& steps) {
+        return static_cast<size_t>(static_cast<double>(n) / steps.pixels) + 1;
+    };
+    const lx::RunRow::Steps stalls = randomSteps(bench, shortest);
     const unsigned phase = bitsPerPixel < 8 ? bench.random().below(static_cast<uint32_t>(8 / bitsPerPixel)) : 0;
-    const size_t lineBytes = ((phase + width) * bitsPerPixel + 7) / 8;
-    const uint8_t* line = bench.bytes(lineBytes);
-    Runs all = {{}, {nullptr, 0, n, lineBytes, phase, static_cast<ptrdiff_t>(bench.random().below(1 << 20))}};
-    for (size_t left = n; left != 0; left -= all.runs.back().count) {
-        const uint32_t column = bench.random().below(width);
-        const auto most = static_cast<uint32_t>(std::min<size_t>(left, width - column));
-        const uint32_t count = 1 + bench.random().below(bench.random().chance(80) ? std::min(most, 30U) : most);
-        all.runs.push_back({line, column, count});
-    }
-    all.row.runs = all.runs.data();
-    all.row.count = all.runs.size();
-    return all;
+    const size_t column = most(stalls) + bench.random().below(20);
+    const size_t lineBytes = ((phase + column + n + bench.random().below(20)) * bitsPerPixel + 7) / 8;
+    const lx::RunRow::Steps climbs = randomSteps(bench, std::max(shortest, static_cast<double>(n * lineBytes) / bytes));
+    const size_t height = most(climbs) + 1;
+    const uint8_t* lines = bench.bytes(height * lineBytes);
+    const bool up = bench.random().chance(50);
+    return {.line = up ? lines + (height - 1) * lineBytes : lines,
+            .climb = static_cast<ptrdiff_t>(up ? 0 - lineBytes : lineBytes),
+            .ahead = static_cast<ptrdiff_t>(bench.random().below(1 << 20)),
+            .lineBytes = lineBytes,
+            .phase = phase,
+            .column = column,
+            .pixels = n,
+            .climbs = climbs,
+            .stalls = stalls};
 }
 
 // n pixels on a slanted line through the middle of a square of pixels, all of them inside.
@@ -107,9 +119,9 @@ void pickPixels(KernelBench& bench, size_t n, size_t bitsPerPixel, Pick pick)
 
 void copyPacked(const lx::Kernels& kernels, KernelBench& bench, size_t n, unsigned bits)
 {
-    const Runs all = randomRuns(bench, n, bits);
+    const lx::RunRow row = randomRuns(bench, n, bits);
     const unsigned phase = bench.random().below(8 / bits);
-    kernels.runs->copyPacked(all.row, bits, bench.to(n == 0 ? 1 : ((phase + n) * bits + 7) / 8), phase);
+    kernels.runs->copyPacked(row, bits, bench.to(n == 0 ? 1 : ((phase + n) * bits + 7) / 8), phase);
 }
 
 } // namespace
@@ -140,15 +152,12 @@ const std::vector<KernelCase> rotationKernelCases = {
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) { copyPacked(kernels, bench, n, 1); }},
     {"copyRunsOfNibbles",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) { copyPacked(kernels, bench, n, 4); }},
-    {"copyRunsOfBytes",
-     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         const Runs all = randomRuns(bench, n, 8);
-         kernels.runs->copyBytes(all.row, bench.to(n));
-     }},
+    {"copyRunsOfBytes", [](const lx::Kernels& kernels, KernelBench& bench,
+                           size_t n) { kernels.runs->copyBytes(randomRuns(bench, n, 8), bench.to(n)); }},
     {"copyRunsOfTriples",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
-         const Runs all = randomRuns(bench, n, 24);
-         kernels.runs->copyTriples(all.row, bench.to(3 * n), bench.random().chance(50));
+         const lx::RunRow row = randomRuns(bench, n, 24);
+         kernels.runs->copyTriples(row, bench.to(3 * n), bench.random().chance(50));
      }},
     {"pickBits",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) { pickPixels(bench, n, 1, kernels.runs->pickBits); }},
