@@ -292,16 +292,17 @@ void diffuseRounds(const Schedule& schedule, Wave<1> (&waves)[Chains])
     run(schedule, waves, chainDelay, [&](const Place(&places)[Chains], bool inside) {
         for (int c = 0; c < Chains; ++c) {
             const uint64_t bytes = bitsByLane(waves[c].chain.on);
-            uint8_t* const* lines = waves[c].linesOf(places[c].round);
+            const auto fresh = [bytes](int lane) { return static_cast<uint8_t>(bytes >> 8 * lane); };
+            if (inside) {
+                uint8_t* const* lines = waves[c].linesOf(places[c].round);
+                for (int l = 0; l < Lanes::count; ++l)
+                    lines[l][places[c].column - l] = fresh(l);
+                continue;
+            }
             for (int l = 0; l < Lanes::count; ++l) {
-                const auto fresh = static_cast<uint8_t>(bytes >> 8 * l);
-                if (inside) {
-                    lines[l][places[c].column - l] = fresh;
-                    continue;
-                }
                 const Place place = schedule.behind(places[c], l);
                 if (const unsigned owned = schedule.pixelsAt(place); owned != 0)
-                    writeBits(waves[c].linesOf(place.round)[l] + place.column, fresh, owned);
+                    writeBits(waves[c].linesOf(place.round)[l] + place.column, fresh(l), owned);
             }
         }
     });
