@@ -221,17 +221,6 @@ void repeatFew(const uint8_t* source, size_t bytes, uint8_t* destination)
     });
 }
 
-// The source bytes, 64 at most, that end where a line of the cache begins in the destination. Where none do, 64.
-template <unsigned Times>
-size_t bytesToLine(const uint8_t* destination)
-{
-    const size_t left = 64 - reinterpret_cast<uintptr_t>(destination) % 64;
-    if constexpr (Times == 3)
-        return (left * 43 - 1) % 64 + 1; // 3 * 43 = 1 + 2 * 64
-    else
-        return left % Times == 0 ? left / Times + 64 - 64 / Times : 64;
-}
-
 // Stores fill whole lines of the cache where they can, but for the first and the last ones.
 template <unsigned Bits, unsigned Times>
 void repeatWide(const uint8_t* source, size_t bytes, uint8_t* destination)
