@@ -19,6 +19,13 @@ void unpackBits(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destinat
                 uint8_t one)
 {
     size_t k = 0;
+#if defined(LX_LEVEL_v4)
+    // Stores fill whole lines of the cache where they can, but for the first and the last ones.
+    if (const size_t few = bytesToLine<8>(destination) % wideBytes; few != 0 && bytes >= wideBytes) {
+        unpackWide(source, destination, zero, one);
+        k = few;
+    }
+#endif
 #if defined(LX_LEVEL_v3) || defined(LX_LEVEL_v4)
     for (; k + wideBytes <= bytes; k += wideBytes)
         unpackWide(source + k, destination + 8 * k, zero, one);

@@ -45,6 +45,9 @@ class PickedBits
     // How often every pixel is repeated, if that is the same for all of them and 8 at most; else 0.
     uint32_t times() const { return times_ <= 8 ? times_ : 0; }
 
+    // Whether no plan is made anew for a line.
+    bool plansOnce() const { return times() != 0 || width_ <= limit; }
+
     // Calls put(bits, i, n) with the packed bits of destination pixels i to i + n - 1 of source line `line`, from left
     // to right.
     template <class Put>
