@@ -98,6 +98,8 @@ inline __m512i stretched(const Stretch& stretch, const uint8_t* row)
     return out;
 }
 
+// Two rows at a time, which share what is loaded of a form; a row without a partner is read twice. In one function, for
+// what does not change from row to row stays in registers only here.
 template <uint32_t Windows>
 void pickRunsOf(const BitBlockTable& table, const RowRuns& rows)
 {
@@ -108,28 +110,33 @@ void pickRunsOf(const BitBlockTable& table, const RowRuns& rows)
     const __mmask64 mine = lowest((left + 7) / 8);
     const __mmask64 shared = left % 8 != 0 ? mine ^ mine >> 1 : 0;
     const unsigned others = 0xFFU >> left % 8;
+    const auto putLast = [=](uint8_t* line, __m512i out) {
+        const __m512i old = _mm512_maskz_set1_epi8(shared, static_cast<char>(line[last] & others));
+        _mm512_mask_storeu_epi8(line + whole, mine, _mm512_or_si512(out, old));
+    };
     const ptrdiff_t step = rows.step;
-    const uint8_t* row = rows.source;
     uint8_t* destination = rows.destination;
-    const uint32_t* const end = rows.lengths + rows.count;
-    const ptrdiff_t sourceStep = rows.sourceStep;
-    for (const uint32_t* length = rows.lengths; length != end; ++length, row += sourceStep) {
-        const uint32_t lines = *length;
-        const Stretch* form = forms;
-        for (size_t k = 0; k < whole; k += 64) {
-            const __m512i out = stretched<Windows>(*form++, row);
+    for (uint32_t j = 0; j < rows.count; j += 2) {
+        const bool two = rows.count - j > 1;
+        const uint8_t* const row = rows.source + static_cast<ptrdiff_t>(j) * rows.sourceStep;
+        const uint8_t* const nextRow = row + (two ? rows.sourceStep : 0);
+        const uint32_t lines = rows.lengths[j];
+        const uint32_t nextLines = two ? rows.lengths[j + 1] : 0;
+        uint8_t* const next = destination + static_cast<ptrdiff_t>(lines) * step;
+        const auto putBoth = [=](const Stretch& form, auto put) {
+            const __m512i out = stretched<Windows>(form, row);
+            const __m512i nextOut = stretched<Windows>(form, nextRow);
             for (uint32_t t = 0; t < lines; ++t)
-                _mm512_storeu_si512(destination + static_cast<ptrdiff_t>(t) * step + k, out);
-        }
-        if (left != 0) {
-            const __m512i out = stretched<Windows>(*form, row);
-            for (uint32_t t = 0; t < lines; ++t) {
-                uint8_t* const to = destination + static_cast<ptrdiff_t>(t) * step;
-                const __m512i old = _mm512_maskz_set1_epi8(shared, static_cast<char>(to[last] & others));
-                _mm512_mask_storeu_epi8(to + whole, mine, _mm512_or_si512(out, old));
-            }
-        }
-        destination += static_cast<ptrdiff_t>(lines) * step;
+                put(destination + static_cast<ptrdiff_t>(t) * step, out);
+            for (uint32_t t = 0; t < nextLines; ++t)
+                put(next + static_cast<ptrdiff_t>(t) * step, nextOut);
+        };
+        const Stretch* form = forms;
+        for (size_t k = 0; k < whole; k += 64)
+            putBoth(*form++, [=](uint8_t* line, __m512i out) { _mm512_storeu_si512(line + k, out); });
+        if (left != 0)
+            putBoth(*form, putLast);
+        destination = next + static_cast<ptrdiff_t>(nextLines) * step;
     }
 }
 
