@@ -347,8 +347,10 @@ void flag(const BitBlockTable& table, const uint8_t* row, ptrdiff_t stride, uint
 void pick(const BitBlockTable& table, const uint8_t* row, uint8_t* LX_RESTRICT destination)
 {
 #if defined(LX_LEVEL_v4)
-    if (table.stretched)
-        return pickStretched(table, row, destination);
+    if (table.stretched) {
+        const uint32_t once = 1;
+        return pickStretched(table, {row, 0, destination, 0, &once, 1});
+    }
     if (table.gathered)
         return pickGathered(table, row, destination);
 #endif
@@ -362,10 +364,37 @@ void pick(const BitBlockTable& table, const uint8_t* row, uint8_t* LX_RESTRICT d
     }
 }
 
+void pickRuns(const BitBlockTable& table, const RowRuns& rows)
+{
+#if defined(LX_LEVEL_v4)
+    if (table.stretched)
+        return pickStretched(table, rows);
+#endif
+    const uint32_t bytes = table.count / 8;
+    const unsigned others = 0xFFU >> table.count % 8;
+    forEachRun(rows, [&](const uint8_t* source, uint8_t* destination, uint32_t length) {
+        if (length == 0)
+            return;
+        const uint8_t old = others != 0xFF ? destination[bytes] : uint8_t{0};
+        pick(table, source, destination);
+        const uint8_t last = others != 0xFF ? destination[bytes] : uint8_t{0};
+        const auto finish = [=](uint8_t* row, unsigned oldLast) {
+            if (others != 0xFF)
+                row[bytes] = static_cast<uint8_t>((oldLast & others) | (last & ~others));
+        };
+        finish(destination, old);
+        for (uint32_t t = 1; t < length; ++t) {
+            uint8_t* const row = destination + static_cast<ptrdiff_t>(t) * rows.step;
+            std::memcpy(row, destination, bytes);
+            finish(row, others != 0xFF ? row[bytes] : 0);
+        }
+    });
+}
+
 } // namespace
 
 constexpr BitBlockKernels bitBlockKernels = {
-    arrangeBlocks, countInBytes, flag, count, arrangePicks, pick, andRows,
+    arrangeBlocks, countInBytes, flag, count, arrangePicks, pick, pickRuns, andRows,
 };
 
 } // namespace lx::LX_LEVEL

@@ -4,6 +4,8 @@
 
 #pragma once
 
+#include "kernels/row_runs.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -56,8 +58,11 @@ struct BitBlockKernels {
     // As arrangeBlocks, for picking the bits at the starts; bias and lengths are not used.
     void (*arrangePicks)(BitBlockTable& table);
 
-    // Bit i of destination = the bit at start i; what is left of the last byte is written as well.
+    // Bit i of destination = the bit at start i; what is left of the last byte may change.
     void (*pick)(const BitBlockTable& table, const uint8_t* row, uint8_t* destination);
+
+    // The same for every row of the runs, and what is left of the last byte keeps its value.
+    void (*pickRuns)(const BitBlockTable& table, const RowRuns& rows);
 
     // destination[k] = the AND of byte k of `lines` rows, `stride` bytes apart.
     void (*andRows)(const uint8_t* row, ptrdiff_t stride, uint32_t lines, uint8_t* destination, size_t bytes);

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "kernels/bit_blocks.h"
+#include "kernels/bit_words.h"
 #include "kernels/registers_v4.h"
 
 #include <cstring>
@@ -81,25 +82,75 @@ inline void makeStretch(const BitBlockTable& table, uint32_t first)
     std::memcpy(starts, &stretch, sizeof stretch);
 }
 
-inline void pickStretched(const BitBlockTable& table, const uint8_t* row, uint8_t* destination)
+// Sixty-four bytes of picks, from at most as many windows as the template says.
+template <uint32_t Windows>
+inline __m512i stretched(const Stretch& stretch, const uint8_t* row)
 {
+    const __m512i in = _mm512_maskz_loadu_epi8(stretch.load, row + stretch.base);
+    const __m512i bytes = permuteBytes(_mm512_load_si512(stretch.order), in);
+    __m512i shift = _mm512_load_si512(stretch.shift);
+    __m512i out = _mm512_setzero_si512();
+    for (uint32_t k = 0; k < Windows; ++k) {
+        const __m512i window = _mm512_multishift_epi64_epi8(shift, bytes);
+        out = _mm512_or_si512(out, _mm512_and_si512(window, _mm512_load_si512(stretch.own[k])));
+        shift = _mm512_add_epi8(shift, _mm512_set1_epi8(1));
+    }
+    return out;
+}
+
+// Two rows at a time, which share what is loaded of a form; a row without a partner is read twice. In one function, for
+// what does not change from row to row stays in registers only here.
+template <uint32_t Windows>
+void pickRunsOf(const BitBlockTable& table, const RowRuns& rows)
+{
+    const Stretch* const forms = reinterpret_cast<const Stretch*>(table.starts);
+    const size_t whole = table.count / Stretch::picks * 64;
+    const uint32_t left = table.count % Stretch::picks;
+    const size_t last = whole + (left - 1) / 8;
+    const __mmask64 mine = lowest((left + 7) / 8);
+    const __mmask64 shared = left % 8 != 0 ? mine ^ mine >> 1 : 0;
+    const unsigned others = 0xFFU >> left % 8;
+    const auto putLast = [=](uint8_t* line, __m512i out) {
+        const __m512i old = _mm512_maskz_set1_epi8(shared, static_cast<char>(line[last] & others));
+        _mm512_mask_storeu_epi8(line + whole, mine, _mm512_or_si512(out, old));
+    };
+    const ptrdiff_t step = rows.step;
+    uint8_t* destination = rows.destination;
+    for (uint32_t j = 0; j < rows.count; j += 2) {
+        const bool two = rows.count - j > 1;
+        const uint8_t* const row = rows.source + static_cast<ptrdiff_t>(j) * rows.sourceStep;
+        const uint8_t* const nextRow = row + (two ? rows.sourceStep : 0);
+        const uint32_t lines = rows.lengths[j];
+        const uint32_t nextLines = two ? rows.lengths[j + 1] : 0;
+        uint8_t* const next = destination + static_cast<ptrdiff_t>(lines) * step;
+        const auto putBoth = [=](const Stretch& form, auto put) {
+            const __m512i out = stretched<Windows>(form, row);
+            const __m512i nextOut = stretched<Windows>(form, nextRow);
+            for (uint32_t t = 0; t < lines; ++t)
+                put(destination + static_cast<ptrdiff_t>(t) * step, out);
+            for (uint32_t t = 0; t < nextLines; ++t)
+                put(next + static_cast<ptrdiff_t>(t) * step, nextOut);
+        };
+        const Stretch* form = forms;
+        for (size_t k = 0; k < whole; k += 64)
+            putBoth(*form++, [=](uint8_t* line, __m512i out) { _mm512_storeu_si512(line + k, out); });
+        if (left != 0)
+            putBoth(*form, putLast);
+        destination = next + static_cast<ptrdiff_t>(nextLines) * step;
+    }
+}
+
+// Rows as they come, so that they are written in order.
+inline void pickStretched(const BitBlockTable& table, const RowRuns& rows)
+{
+    constexpr decltype(&pickRunsOf<1>) byWindows[] = {pickRunsOf<1>, pickRunsOf<2>, pickRunsOf<3>, pickRunsOf<4>,
+                                                      pickRunsOf<5>, pickRunsOf<6>, pickRunsOf<7>, pickRunsOf<8>};
+    uint32_t windows = 1;
     for (uint32_t first = 0; first < table.count; first += Stretch::picks) {
         const Stretch& stretch = *reinterpret_cast<const Stretch*>(table.starts + first);
-        const __m512i in = _mm512_maskz_loadu_epi8(stretch.load, row + stretch.base);
-        const __m512i bytes = permuteBytes(_mm512_load_si512(stretch.order), in);
-        __m512i shift = _mm512_load_si512(stretch.shift);
-        __m512i out = _mm512_setzero_si512();
-        for (uint32_t k = 0; k < stretch.windows; ++k) {
-            const __m512i window = _mm512_multishift_epi64_epi8(shift, bytes);
-            out = _mm512_or_si512(out, _mm512_and_si512(window, _mm512_load_si512(stretch.own[k])));
-            shift = _mm512_add_epi8(shift, _mm512_set1_epi8(1));
-        }
-        const size_t left = (size_t{table.count} - first + 7) / 8;
-        if (left >= 64)
-            _mm512_storeu_si512(destination + first / 8, out);
-        else
-            _mm512_mask_storeu_epi8(destination + first / 8, lowest(left), out);
+        windows = stretch.windows > windows ? stretch.windows : windows;
     }
+    byWindows[windows - 1](table, rows);
 }
 
 } // namespace

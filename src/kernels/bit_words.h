@@ -7,6 +7,7 @@
 #pragma once
 
 #include "kernels/level.h"
+#include "kernels/row_runs.h"
 
 #include <cstring>
 
@@ -19,6 +20,18 @@ namespace lx::LX_LEVEL
 
 namespace
 {
+
+// Calls make(source row, first destination row, length) for every run.
+template <class Make>
+inline void forEachRun(const RowRuns& rows, Make make)
+{
+    ptrdiff_t line = 0;
+    for (uint32_t j = 0; j < rows.count; ++j) {
+        make(rows.source + static_cast<ptrdiff_t>(j) * rows.sourceStep, rows.destination + line * rows.step,
+             rows.lengths[j]);
+        line += static_cast<ptrdiff_t>(rows.lengths[j]);
+    }
+}
 
 #if defined(LX_LEVEL_v4)
 

@@ -19,6 +19,13 @@ void unpackBits(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destinat
                 uint8_t one)
 {
     size_t k = 0;
+#if defined(LX_LEVEL_v4)
+    // Stores fill whole lines of the cache where they can, but for the first and the last ones.
+    if (const size_t few = bytesToLine<8>(destination) % wideBytes; few != 0 && bytes >= wideBytes) {
+        unpackWide(source, destination, zero, one);
+        k = few;
+    }
+#endif
 #if defined(LX_LEVEL_v3) || defined(LX_LEVEL_v4)
     for (; k + wideBytes <= bytes; k += wideBytes)
         unpackWide(source + k, destination + 8 * k, zero, one);
@@ -161,12 +168,13 @@ void changeBits(uint8_t* row, unsigned phase, size_t bits, uint8_t keep, uint8_t
 #if defined(LX_LEVEL_v4)
 
 // Each byte becomes `Times` bytes. All 64 bytes of a register take part in one bit matrix product for each of those
-// bytes, whose matrices spread the bits that it is made of; then every byte takes the product that is its own.
+// bytes, whose matrices spread the bits that it is made of; then the products are woven together.
 template <unsigned Bits, unsigned Times>
 struct Spread {
-    uint64_t matrix[Times] = {};               // row p of matrix r has the bit that becomes bit p of byte r
-    uint64_t own[Times][Times] = {};           // in register t, the bytes that are byte r of their source byte
-    alignas(64) uint8_t order[Times][64] = {}; // in register t, the source byte of every byte
+    static_assert(Times >= 2 && Times <= 4);
+    uint64_t matrix[4] = {};                   // row p of matrix r has the bit that becomes bit p of byte r
+    uint64_t late[Times] = {};                 // in register t, the bytes that are byte 2 or 3 of their source byte
+    alignas(64) uint8_t order[Times][64] = {}; // in register t, the source byte of every byte; 64 more for byte 1 or 3
 
     constexpr Spread()
     {
@@ -176,11 +184,9 @@ struct Spread {
                 matrix[r] |= uint64_t{0x80U >> bit} << 8 * p;
             }
         }
-        for (unsigned t = 0; t < Times; ++t) {
-            for (unsigned k = 0; k < 64; ++k) {
-                order[t][k] = static_cast<uint8_t>((64 * t + k) / Times);
-                own[t][(64 * t + k) % Times] |= uint64_t{1} << k;
-            }
+        for (unsigned k = 0; k < 64 * Times; ++k) {
+            order[k / 64][k % 64] = static_cast<uint8_t>(k / Times | k % Times % 2 << 6);
+            late[k / 64] |= uint64_t{k % Times / 2} << k % 64;
         }
     }
 };
@@ -188,34 +194,68 @@ struct Spread {
 template <unsigned Bits, unsigned Times>
 constexpr Spread<Bits, Times> spread;
 
-// Register t of what 64 bytes become.
-template <unsigned Bits, unsigned Times>
-__m512i spreadPart(__m512i in, unsigned t)
+// Calls put(t, register t) for what 64 bytes become.
+template <unsigned Bits, unsigned Times, class Put>
+inline void spreadBlock(__m512i in, Put put)
 {
     constexpr const Spread<Bits, Times>& rule = spread<Bits, Times>;
-    const __m512i each = permuteBytes(_mm512_load_si512(rule.order[t]), in);
     const auto product = [&](unsigned r) {
-        return timesMatrix(each, _mm512_set1_epi64(static_cast<int64_t>(rule.matrix[r])));
+        return timesMatrix(in, _mm512_set1_epi64(static_cast<int64_t>(rule.matrix[r])));
     };
-    __m512i out = product(0);
-    for (unsigned r = 1; r < Times; ++r)
-        out = _mm512_mask_mov_epi8(out, rule.own[t][r], product(r));
-    return out;
+    const __m512i first = product(0);
+    const __m512i second = product(1);
+    __m512i third = first;
+    __m512i fourth = first;
+    if constexpr (Times > 2)
+        third = product(2);
+    if constexpr (Times > 3)
+        fourth = product(3);
+    for (unsigned t = 0; t < Times; ++t) {
+        const __m512i order = _mm512_load_si512(rule.order[t]);
+        __m512i out = _mm512_permutex2var_epi8(first, order, second);
+        if constexpr (Times > 2)
+            out = _mm512_mask_mov_epi8(out, rule.late[t], _mm512_permutex2var_epi8(third, order, fourth));
+        put(t, out);
+    }
 }
 
 template <unsigned Bits, unsigned Times>
+void repeatFew(const uint8_t* source, size_t bytes, uint8_t* destination)
+{
+    spreadBlock<Bits, Times>(_mm512_maskz_loadu_epi8(lowest(bytes), source), [=](unsigned t, __m512i out) {
+        if (64 * t < bytes * Times)
+            _mm512_mask_storeu_epi8(destination + 64 * t, lowest(bytes * Times - 64 * t), out);
+    });
+}
+
+// Stores fill whole lines of the cache where they can, but for the first and the last ones.
+template <unsigned Bits, unsigned Times>
 void repeatWide(const uint8_t* source, size_t bytes, uint8_t* destination)
 {
-    for (; bytes >= 64; bytes -= 64) {
-        const __m512i in = _mm512_loadu_si512(source);
-        for (unsigned t = 0; t < Times; ++t)
-            _mm512_storeu_si512(destination + 64 * t, spreadPart<Bits, Times>(in, t));
-        source += 64;
-        destination += 64 * Times;
-    }
-    const __m512i in = _mm512_maskz_loadu_epi8(lowest(bytes), source);
-    for (unsigned t = 0; 64 * t < bytes * Times; ++t)
-        _mm512_mask_storeu_epi8(destination + 64 * t, lowest(bytes * Times - 64 * t), spreadPart<Bits, Times>(in, t));
+    if (bytes < 64)
+        return repeatFew<Bits, Times>(source, bytes, destination);
+    const auto repeatBlock = [=](size_t k, size_t left) {
+        spreadBlock<Bits, Times>(_mm512_loadu_si512(source + k), [=](unsigned t, __m512i out) {
+            if ((Times - 1 - t) * 64 < left * Times)
+                _mm512_storeu_si512(destination + k * Times + 64 * t, out);
+        });
+    };
+    repeatBlock(0, 64);
+    size_t k = bytesToLine<Times>(destination);
+    for (; k + 64 <= bytes; k += 64)
+        repeatBlock(k, 64);
+    if (k < bytes)
+        repeatBlock(bytes - 64, bytes - k);
+}
+
+// Rows are made anew: that is quicker than to read them back.
+template <unsigned Bits, unsigned Times>
+void repeatRows(const RowRuns& rows, size_t bytes)
+{
+    forEachRun(rows, [=, &rows](const uint8_t* source, uint8_t* destination, uint32_t length) {
+        for (uint32_t t = 0; t < length; ++t)
+            repeatWide<Bits, Times>(source, bytes, destination + static_cast<ptrdiff_t>(t) * rows.step);
+    });
 }
 
 #endif
@@ -223,14 +263,6 @@ void repeatWide(const uint8_t* source, size_t bytes, uint8_t* destination)
 template <unsigned Bits>
 void repeatPixels(const uint8_t* LX_RESTRICT source, size_t bytes, unsigned times, uint8_t* LX_RESTRICT destination)
 {
-#if defined(LX_LEVEL_v4)
-    if (times == 2)
-        return repeatWide<Bits, 2>(source, bytes, destination);
-    if (times == 3)
-        return repeatWide<Bits, 3>(source, bytes, destination);
-    if (times == 4)
-        return repeatWide<Bits, 4>(source, bytes, destination);
-#endif
     // Sets the lowest bit of each of a pixel's places.
     uint64_t places = 0;
     for (unsigned t = 0; t < times; ++t)
@@ -244,12 +276,28 @@ void repeatPixels(const uint8_t* LX_RESTRICT source, size_t bytes, unsigned time
     }
 }
 
-void repeat(const uint8_t* source, size_t bytes, unsigned bits, unsigned times, uint8_t* destination, ptrdiff_t step,
-            uint32_t lines)
+template <unsigned Bits>
+void repeatRuns(const RowRuns& rows, size_t bytes, unsigned times)
 {
-    (bits == 1 ? repeatPixels<1> : repeatPixels<4>)(source, bytes, times, destination);
-    for (uint32_t k = 1; k < lines; ++k)
-        copyBytes(destination, destination + static_cast<ptrdiff_t>(k) * step, bytes * times);
+#if defined(LX_LEVEL_v4)
+    if (times == 2)
+        return repeatRows<Bits, 2>(rows, bytes);
+    if (times == 3)
+        return repeatRows<Bits, 3>(rows, bytes);
+    if (times == 4)
+        return repeatRows<Bits, 4>(rows, bytes);
+#endif
+    forEachRun(rows, [=, &rows](const uint8_t* source, uint8_t* destination, uint32_t length) {
+        if (length != 0)
+            repeatPixels<Bits>(source, bytes, times, destination);
+        for (uint32_t t = 1; t < length; ++t)
+            copyBytes(destination, destination + static_cast<ptrdiff_t>(t) * rows.step, bytes * times);
+    });
+}
+
+void repeat(const RowRuns& rows, size_t bytes, unsigned bits, unsigned times)
+{
+    (bits == 1 ? repeatRuns<1> : repeatRuns<4>)(rows, bytes, times);
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "kernels/row_runs.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -28,9 +30,8 @@ struct BitKernels {
                      size_t bits);
 
     // Pixel i of destination = pixel i / times of source, of `bits` bits (1 or 4) each, for bytes * times bytes of
-    // destination; times is 2 to 8. The result is written `lines` times, `step` bytes apart.
-    void (*repeat)(const uint8_t* source, size_t bytes, unsigned bits, unsigned times, uint8_t* destination,
-                   ptrdiff_t step, uint32_t lines);
+    // destination; times is 2 to 8. The same for every row of the runs.
+    void (*repeat)(const RowRuns& rows, size_t bytes, unsigned bits, unsigned times);
 
     // The `bits` bits from place `phase` (0 to 7) of row[0] on become (bit & keep) ^ flip. The masks repeat with every
     // byte of the row; the other bits of the first and last byte keep their values.

@@ -209,7 +209,9 @@ size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bott
     const __m512i secondHalf = _mm512_load_si512(order + 64);
     const size_t step = channels == 1 ? 64 : 63;
     size_t i = 0;
-    for (; i + 64 + channels <= components; i += step) {
+    // The stores of single components fill whole lines of the cache but for the first ones.
+    size_t advance = channels == 1 ? bytesToLine<2>(destination) : step;
+    for (; i + 64 + channels <= components; i += advance, advance = step) {
         const __m512i t = _mm512_loadu_si512(top + i);
         const __m512i b = _mm512_loadu_si512(bottom + i);
         const __m512i nextT = _mm512_loadu_si512(top + i + channels);

@@ -37,6 +37,18 @@ namespace
     return _bzhi_u64(~uint64_t{0}, n < 64 ? static_cast<unsigned>(n) : 64);
 }
 
+// Where every byte becomes `Times` bytes: the source bytes, 64 at most, that end where a line of the cache begins in
+// the destination. Where none do, 64.
+template <unsigned Times>
+[[maybe_unused]] size_t bytesToLine(const uint8_t* destination)
+{
+    const size_t left = 64 - reinterpret_cast<uintptr_t>(destination) % 64;
+    if constexpr (Times == 3)
+        return (left * 43 - 1) % 64 + 1; // 3 * 43 = 1 + 2 * 64
+    else
+        return left % Times == 0 ? left / Times + 64 - 64 / Times : 64;
+}
+
 } // namespace
 
 } // namespace lx::LX_LEVEL

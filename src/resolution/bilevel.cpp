@@ -8,6 +8,8 @@
 #include "resolution/scale_rows.h"
 #include "resolution/workers.h"
 
+#include <numeric>
+
 namespace lx
 {
 
@@ -59,8 +61,7 @@ void scaleBySampling(const AreaView& source, const AreaView& destination, Progre
     PickedLine<Columns> line(source, destination);
     scaleRowsByRuns(
         source, destination, passShares(source, destination), progress,
-        [&](uint32_t j, Span lines) { line.make(j, lines.start); },
-        [&](Span run, uint32_t sourceLine) { line.makeRun(run, sourceLine); });
+        [&](uint32_t j, Span lines) { line.make(j, lines.start); }, [&](const LineRuns& runs) { line.makeRuns(runs); });
 }
 
 // Columns of blocks placed at random.
@@ -106,12 +107,13 @@ void enlargeByMajority(const AreaView& source, const AreaView& destination, Prog
 {
     seedDraws(); // as wherever a majority decides, though nothing is placed at random
     PickedLine<RepeatedBlockWalker> line(source, destination);
-    repeatRows(RunWalker(source.height(), destination.height()), widthEnlarged, progress,
-               [&](Span run, uint32_t sourceLine) {
-                   const uint32_t reached = line.makeRun(run, sourceLine);
-                   for (uint32_t t = 0; t < run.length; ++t)
-                       fillBits(destination, run.start + t, reached, destination.width(), true);
-               });
+    repeatRowsTogether(RunWalker(source.height(), destination.height()), widthEnlarged, progress,
+                       [&](const LineRuns& runs) {
+                           const uint32_t reached = line.makeRuns(runs);
+                           const uint32_t end = std::accumulate(runs.lengths, runs.lengths + runs.count, runs.start);
+                           for (uint32_t j = runs.start; j != end; ++j)
+                               fillBits(destination, j, reached, destination.width(), true);
+                       });
 }
 
 } // namespace

@@ -45,6 +45,9 @@ class PickedBits
     // How often every pixel is repeated, if that is the same for all of them and 8 at most; else 0.
     uint32_t times() const { return times_ <= 8 ? times_ : 0; }
 
+    // Whether no plan is made anew for a line.
+    bool plansOnce() const { return times() != 0 || width_ <= limit; }
+
     // Calls put(bits, i, n) with the packed bits of destination pixels i to i + n - 1 of source line `line`, from left
     // to right.
     template <class Put>
@@ -53,30 +56,22 @@ class PickedBits
         if (times() != 0)
             repeat(line, put);
         else
-            pickFrom([line](const BitPicks& plan) { return plan.row(line); }, put);
+            forEachPlan([&](const BitPicks& plan) {
+                kernels_.pick(plan.table(), plan.row(line), picked_);
+                put(picked_, plan.first(), plan.count());
+            });
     }
 
-    // The same from the rows that row(plan) gives: the plan's part of a source line.
-    template <class Row, class Put>
-    void pickFrom(Row row, Put put) noexcept
-    {
-        pickTo([this](uint32_t, uint32_t) { return picked_; }, row, put);
-    }
-
-    // The same with the bits at the place that open(i, n) gives.
-    template <class Open, class Row, class Put>
-    void pickTo(Open open, Row row, Put put) noexcept
+    // Calls use(plan) for the plans of a line, from left to right.
+    template <class Use>
+    void forEachPlan(Use use) noexcept
     {
         if (!columns_)
             columns_.emplace(Blocks(source_.width(), width_), source_);
-        columns_->forEach([&](const BitPicks& plan) {
-            uint8_t* bits = open(plan.first(), plan.count());
-            kernels_.pick(plan.table(), row(plan), bits);
-            put(bits, plan.first(), plan.count());
-        });
+        columns_->forEach(use);
     }
 
-    // Room for the bits of a call of put().
+    // Room for the bits of a plan.
     uint8_t* room() { return picked_; }
 
   private:
@@ -91,7 +86,8 @@ class PickedBits
             bits_.copyBits(source_.at(i, line), source_.phase(i), aligned_, 0, n);
             const uint8_t* out = aligned_;
             if (times_ != 1) {
-                bits_.repeat(aligned_, (size_t{n} + 7) / 8, 1, times_, picked_, 0, 1);
+                const uint32_t once = 1;
+                bits_.repeat({aligned_, 0, picked_, 0, &once, 1}, (size_t{n} + 7) / 8, 1, times_);
                 out = picked_;
             }
             put(out, i * times_, n * times_);
@@ -105,7 +101,7 @@ class PickedBits
     uint32_t width_;
     AreaView source_;
     std::optional<PlannedColumns<Blocks, Roomy<BitPicks>>> columns_; // made when it is wanted
-    alignas(64) uint8_t picked_[limit / 8];
+    alignas(64) uint8_t picked_[limit / 8] = {};
     uint8_t aligned_[limit / 8 / 8] = {};
 };
 
@@ -121,82 +117,85 @@ class PickedLine
     }
 
     // Makes destination line j from source line `line`, and returns how many pixels are reached.
-    uint32_t make(uint32_t j, uint32_t line) noexcept
+    uint32_t make(uint32_t j, uint32_t line) noexcept { return makeRuns({line, j, 1, {1}}); }
+
+    // The same for the lines of runs.
+    uint32_t makeRuns(const LineRuns& runs) noexcept
     {
-        if (repeatsBytes_) {
-            repeatBytes({j, 1}, line);
-            return destination_.width();
-        }
-        if (source_.width() == destination_.width()) {
-            kernels_.copyBits(source_.row(line), source_.phase(), destination_.row(j), destination_.phase(),
-                              source_.width());
-            return source_.width();
-        }
         if (picked_.times() == 0)
-            return makeFrom(j, [line](const BitPicks& plan) { return plan.row(line); });
-        picked_.pick(line, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
-            kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
-        });
+            return makeFrom(
+                runs, [&runs](const BitPicks& plan) { return plan.row(runs.line); }, source_.lineStep());
+        if (repeatsBytes_)
+            repeatBytes(runs);
+        else
+            copyRuns(runs);
         return destination_.width();
     }
 
-    // The same for the lines of a run.
-    uint32_t makeRun(Span run, uint32_t line) noexcept
-    {
-        if (repeatsBytes_) {
-            repeatBytes(run, line);
-            return destination_.width();
-        }
-        const uint32_t reached = make(run.start, line);
-        for (uint32_t t = 1; t < run.length; ++t)
-            replicateLine(destination_, reached, run.start, run.start + t, kernels_);
-        return reached;
-    }
-
-    // Bits go straight to their bytes if these are the line's own, the last one excepted.
+    // From the rows that row(plan) gives, `step` bytes apart: the plan's part of the source lines.
     template <class Row>
-    uint32_t makeFrom(uint32_t j, Row row) noexcept
+    uint32_t makeFrom(const LineRuns& runs, Row row, ptrdiff_t step) noexcept
     {
         uint32_t reached = 0;
-        uint8_t old = 0;
-        const auto open = [&](uint32_t i, uint32_t n) {
-            if (destination_.phase(i) != 0)
-                return picked_.room();
-            old = *destination_.at(i + n - 1, j);
-            return destination_.at(i, j);
-        };
-        picked_.pickTo(open, row, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
-            if (destination_.phase(i) != 0) {
-                kernels_.copyBits(bits, 0, destination_.at(i, j), destination_.phase(i), n);
-            } else if (n % 8 != 0) {
-                uint8_t& last = *destination_.at(i + n - 1, j);
-                last = static_cast<uint8_t>((last & ~(0xFFU >> n % 8)) | (old & (0xFFU >> n % 8)));
+        picked_.forEachPlan([&](const BitPicks& plan) {
+            const uint8_t* in = row(plan);
+            if (destination_.phase(plan.first()) == 0) {
+                uint8_t* out = destination_.at(plan.first(), runs.start);
+                blocks_.pickRuns(plan.table(), runs.rows(in, step, out, destination_.lineStep()));
+            } else {
+                uint32_t j = runs.start;
+                for (uint32_t k = 0; k < runs.count; j += runs.lengths[k++]) {
+                    blocks_.pick(plan.table(), in + static_cast<ptrdiff_t>(k) * step, picked_.room());
+                    put(picked_.room(), plan.first(), plan.count(), {j, runs.lengths[k]});
+                }
             }
-            reached += n;
+            reached += plan.count();
         });
         return reached;
     }
 
   private:
-    const BitKernels& kernels_ = *kernels().bits;
-
-    // Whole bytes of the source line, which become whole bytes, and the pixels left.
-    void repeatBytes(Span run, uint32_t line) noexcept
+    // The packed bits of pixels i to i + n - 1 to the lines of a run.
+    void put(const uint8_t* bits, uint32_t i, uint32_t n, Span run) noexcept
     {
-        const uint32_t bytes = source_.width() / 8;
-        const uint32_t times = picked_.times();
-        const uint8_t* in = source_.row(line);
-        uint8_t* out = destination_.row(run.start);
-        const ptrdiff_t step = destination_.lineStep();
-        kernels_.repeat(in, bytes, 1, times, out, step, run.length);
-        if (const uint32_t left = source_.width() % 8; left != 0) {
-            kernels_.repeat(in + bytes, 1, 1, times, picked_.room(), 0, 1);
-            out += size_t{bytes} * times;
+        for (uint32_t t = 0; t < run.length; ++t)
+            kernels_.copyBits(bits, 0, destination_.at(i, run.start + t), destination_.phase(i), n);
+    }
+
+    void copyRuns(const LineRuns& runs) noexcept
+    {
+        Span run = {runs.start, 0};
+        for (uint32_t k = 0; k < runs.count; ++k) {
+            run = {run.start + run.length, runs.lengths[k]};
+            if (picked_.times() != 1) {
+                picked_.pick(runs.line + k, [&](const uint8_t* bits, uint32_t i, uint32_t n) { put(bits, i, n, run); });
+                continue;
+            }
             for (uint32_t t = 0; t < run.length; ++t)
-                kernels_.copyBits(picked_.room(), 0, out + static_cast<ptrdiff_t>(t) * step, 0, size_t{left} * times);
+                kernels_.copyBits(source_.row(runs.line + k), source_.phase(), destination_.row(run.start + t),
+                                  destination_.phase(), source_.width());
         }
     }
 
+    // Whole bytes of the source lines, which become whole bytes, and the pixels left.
+    void repeatBytes(const LineRuns& runs) noexcept
+    {
+        const uint32_t bytes = source_.width() / 8;
+        const uint32_t times = picked_.times();
+        kernels_.repeat(runs.rows(source_.row(runs.line), source_.lineStep(), destination_.row(runs.start),
+                                  destination_.lineStep()),
+                        bytes, 1, times);
+        const uint32_t left = source_.width() % 8;
+        uint32_t j = runs.start;
+        for (uint32_t k = 0; left != 0 && k < runs.count; j += runs.lengths[k++]) {
+            const uint32_t once = 1;
+            kernels_.repeat({source_.at(bytes * 8, runs.line + k), 0, picked_.room(), 0, &once, 1}, 1, 1, times);
+            put(picked_.room(), bytes * 8 * times, left * times, {j, runs.lengths[k]});
+        }
+    }
+
+    const BitKernels& kernels_ = *kernels().bits;
+    const BitBlockKernels& blocks_ = *kernels().bitBlocks;
     PickedBits<Blocks> picked_;
     AreaView source_;
     AreaView destination_;

@@ -310,13 +310,14 @@ void widenByRuns(const AreaView& source, const AreaView& destination, ProgressCa
     scaleRows(
         source, destination, widthEnlarged, progress,
         [&](uint32_t j, Span lines) {
-            return line.makeFrom(j, [&](const BitPicks& plan) -> const uint8_t* {
+            const auto rowOf = [&](const BitPicks& plan) -> const uint8_t* {
                 const uint8_t* row = plan.row(lines.start);
                 if (lines.length == 1)
                     return row;
                 blocks.andRows(row, source.lineStep(), lines.length, together, plan.bytes());
                 return together;
-            });
+            };
+            return line.makeFrom({lines.start, j, 1, {1}}, rowOf, 0);
         },
         replicateLines(destination));
 }

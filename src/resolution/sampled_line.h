@@ -19,21 +19,25 @@ class SampledLine
     {
     }
 
-    // Makes the lines of a run. To pick a line anew is quicker than to read back what has just been written, unless it
+    // Makes the lines of runs. To pick a line anew is quicker than to read back what has just been written, unless it
     // has to be packed.
-    void makeRun(Span run, uint32_t line) noexcept
+    void makeRuns(const LineRuns& runs) noexcept
     {
         if (Packed && times_ != 0) {
-            bits_.repeat(source_.row(line), source_.width() / 2, 4, times_, destination_.row(run.start),
-                         destination_.lineStep(), run.length);
+            bits_.repeat(runs.rows(source_.row(runs.line), source_.lineStep(), destination_.row(runs.start),
+                                   destination_.lineStep()),
+                         source_.width() / 2, 4, times_);
             return;
         }
-        make(run.start, line, line);
-        for (uint32_t t = 1; t < run.length; ++t) {
-            if (Packed)
-                replicateLine(destination_, reached_, run.start, run.start + t, bits_);
-            else
-                make(run.start + t, line, line);
+        uint32_t j = runs.start;
+        for (uint32_t k = 0; k < runs.count; ++k) {
+            const uint32_t first = j;
+            for (const uint32_t end = first + runs.lengths[k]; j != end; ++j) {
+                if (Packed && j != first)
+                    replicateLine(destination_, reached_, first, j, bits_);
+                else
+                    make(j, runs.line + k, runs.line + k);
+            }
         }
     }
 
@@ -41,7 +45,7 @@ class SampledLine
     void make(uint32_t j, uint32_t line, uint32_t next) noexcept
     {
         if (Packed && times_ != 0)
-            return makeRun({j, 1}, line);
+            return makeRuns({line, j, 1, {1}});
         if (!Packed && times_ == 2) {
             enlarge_.repeatTwice(source_.row(line), destination_.row(j), size_t{source_.width()} * Channels, Channels);
             return;

@@ -17,7 +17,7 @@ void sampleLines(const AreaView& source, const AreaView& destination, ProgressCa
     scaleRowsByRuns(
         source, destination, passShares(source, destination), progress,
         [&](uint32_t j, Span lines) { line.make(j, lines.start, lines.start + lines.length); },
-        [&](Span run, uint32_t sourceLine) { line.makeRun(run, sourceLine); });
+        [&](const LineRuns& runs) { line.makeRuns(runs); });
 }
 
 template <unsigned Channels, bool Packed>

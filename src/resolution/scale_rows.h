@@ -90,6 +90,47 @@ void repeatRows(const RunWalker& runs, PassShares shares, ProgressCallback callb
     repeatRows(runs, shares, callback, makeRun, [] {});
 }
 
+// Runs of source lines `line`, `line` + 1, ...: runs of destination lines from `start` on, one after the other.
+struct LineRuns {
+    static constexpr uint32_t most = 16;
+
+    uint32_t line;
+    uint32_t start;
+    uint32_t count;
+    uint32_t lengths[most];
+
+    RowRuns rows(const uint8_t* source, ptrdiff_t sourceStep, uint8_t* destination, ptrdiff_t step) const
+    {
+        return {source, sourceStep, destination, step, lengths, count};
+    }
+};
+
+// Some runs at a time: `makeRuns(runs)` makes the lines of all of them. One at a time if somebody is told about them.
+template <class MakeRuns>
+void repeatRowsTogether(const RunWalker& walker, PassShares shares, ProgressCallback callback, MakeRuns makeRuns)
+{
+    const uint32_t most = callback == nullptr ? LineRuns::most : 1;
+    LineRuns runs;
+    runs.count = 0;
+    const auto makeThem = [&] {
+        if (runs.count != 0)
+            makeRuns(runs);
+        runs.count = 0;
+    };
+    repeatRows(
+        walker, shares, callback,
+        [&](Span run, uint32_t line) {
+            if (runs.count == 0) {
+                runs.line = line;
+                runs.start = run.start;
+            }
+            runs.lengths[runs.count++] = run.length;
+            if (runs.count == most)
+                makeThem();
+        },
+        makeThem);
+}
+
 // Runs are filled in order where they can be: lines written out of order cost twice the time. `next` is the run's own
 // first line if no run follows.
 template <class MakeLine, class FillRun>
@@ -129,16 +170,16 @@ void scaleRows(const AreaView& source, const AreaView& destination, PassShares s
     }
 }
 
-// The same, the lines of a run being made together.
-template <class MakeLine, class MakeRun>
+// The same, the lines of some runs being made together.
+template <class MakeLine, class MakeRuns>
 void scaleRowsByRuns(const AreaView& source, const AreaView& destination, PassShares shares, ProgressCallback callback,
-                     MakeLine makeLine, MakeRun makeRun)
+                     MakeLine makeLine, MakeRuns makeRuns)
 {
     if (source.height() > destination.height()) {
         const BlockWalker<float> blocks(source.height(), destination.height());
         reduceRows(blocks, destination.height(), callback, makeLine);
     } else {
-        repeatRows(RunWalker(source.height(), destination.height()), shares, callback, makeRun);
+        repeatRowsTogether(RunWalker(source.height(), destination.height()), shares, callback, makeRuns);
     }
 }
 

@@ -195,26 +195,33 @@ void scaleToMeans(const MeanGray& gray, const AreaView& source, const AreaView& 
         replicateLines(destination));
 }
 
-// Both axes enlarged: pixels repeated over their runs.
+// Both axes enlarged: pixels repeated over their runs. To make a line anew is quicker than to read back the one before,
+// unless a plan has to be made as well.
 void repeatLevels(const MeanGray& gray, const AreaView& source, const AreaView& destination,
                   ProgressCallback progress) noexcept
 {
     PickedBits<RepeatedBlockWalker> picked(source, destination.width());
     const BitKernels& bitKernels = *kernels().bits;
-    scaleRows(
-        source, destination, halves, progress,
-        [&](uint32_t j, Span lines) {
-            uint32_t reached = 0;
-            picked.pick(lines.start, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
-                uint8_t* levels = destination.at(i, j);
-                bitKernels.unpackBits(bits, levels, n / 8, gray.black, gray.white);
-                for (uint32_t k = n & ~7U; k < n; ++k)
-                    levels[k] = (bits[k / 8] >> (7 - k % 8) & 1) != 0 ? gray.white : gray.black;
-                reached += n;
-            });
-            return reached;
-        },
-        replicateLines(destination));
+    const auto make = [&](uint32_t j, uint32_t line) {
+        uint32_t reached = 0;
+        picked.pick(line, [&](const uint8_t* bits, uint32_t i, uint32_t n) {
+            uint8_t* levels = destination.at(i, j);
+            bitKernels.unpackBits(bits, levels, n / 8, gray.black, gray.white);
+            for (uint32_t k = n & ~7U; k < n; ++k)
+                levels[k] = (bits[k / 8] >> (7 - k % 8) & 1) != 0 ? gray.white : gray.black;
+            reached += n;
+        });
+        return reached;
+    };
+    repeatRows(RunWalker(source.height(), destination.height()), halves, progress, [&](Span run, uint32_t line) {
+        const uint32_t reached = make(run.start, line);
+        for (uint32_t t = 1; t < run.length; ++t) {
+            if (picked.plansOnce())
+                make(run.start + t, line);
+            else
+                replicateLine(destination, reached, run.start, run.start + t, bitKernels);
+        }
+    });
 }
 
 uint8_t smoothed(unsigned before, unsigned level, unsigned after)

@@ -130,24 +130,81 @@ TEST_P(BitBlockLevels, PickAlike)
     }
 }
 
+// Rows that end at inaccessible pages, and become runs of lines from the last one up.
+struct Runs {
+    static constexpr uint32_t lengths[] = {2, 0, 1, 5};
+    static constexpr uint32_t count = 4;
+    static constexpr uint32_t lineCount = 8;
+
+    size_t bytes;
+    GuardedArray<uint8_t> lines;
+
+    Runs(Random& random, size_t lineBytes) : bytes(lineBytes), lines(lineBytes * lineCount)
+    {
+        random.fill(lines.data(), lines.size());
+    }
+
+    lx::RowRuns rows(const uint8_t* source, ptrdiff_t stride)
+    {
+        return {source, stride, lines.data() + bytes * (lineCount - 1), -static_cast<ptrdiff_t>(bytes), lengths, count};
+    }
+
+    // Calls check(line, row that it is from).
+    template <class Check>
+    void forEach(Check check) const
+    {
+        const uint8_t* line = lines.data() + bytes * lineCount;
+        for (uint32_t j = 0; j < count; ++j) {
+            for (uint32_t t = 0; t < lengths[j]; ++t)
+                check(line -= bytes, j);
+        }
+    }
+};
+
+TEST_P(BitBlockLevels, PickRuns)
+{
+    for (int k = 0; k < 1000; ++k) {
+        Sample sample(random, random.between(1, lx::BitBlockTable::gatherLimit), random.chance(70));
+        sample.lines = Runs::count;
+        const uint8_t* const source = sample.last() + (Runs::count - 1) * sample.stride();
+        const size_t bytes = (sample.table.count + 7) / 8;
+        const auto others = static_cast<uint8_t>(sample.table.count % 8 != 0 ? 0xFF >> sample.table.count % 8 : 0);
+        std::vector<uint8_t> picked[Runs::count];
+        for (uint32_t j = 0; j < Runs::count; ++j) {
+            picked[j].resize(bytes);
+            portable.pick(sample.table, source - ptrdiff_t{j} * sample.stride(), picked[j].data());
+        }
+        Runs runs(random, bytes);
+        const std::vector<uint8_t> before(runs.lines.data(), runs.lines.end());
+        level.arrangePicks(sample.table);
+        level.pickRuns(sample.table, runs.rows(source, -sample.stride()));
+        runs.forEach([&](const uint8_t* line, uint32_t j) {
+            ASSERT_TRUE(std::equal(line, line + bytes - 1, picked[j].data()));
+            const uint8_t old = before[static_cast<size_t>(line - runs.lines.data()) + bytes - 1];
+            ASSERT_EQ(line[bytes - 1], (picked[j][bytes - 1] & ~others) | (old & others));
+        });
+    }
+}
+
 TEST_P(BitBlockLevels, Repeat)
 {
     const lx::BitKernels& bitKernels = *lx::runnableKernels().tables[GetParam()]->bits;
     for (unsigned k = 0; k < 14; ++k) {
         const unsigned bits = k < 7 ? 1 : 4;
         const unsigned times = k % 7 + 2;
-        for (const size_t bytes : {1, 2, 31, 63, 64, 65, 128, 200}) {
-            GuardedArray<uint8_t> source(bytes);
-            GuardedArray<uint8_t> lines(2 * bytes * times);
-            uint8_t* const repeated = lines.data() + bytes * times;
-            random.fill(source.data(), bytes);
-            bitKernels.repeat(source.data(), bytes, bits, times, repeated, lines.data() - repeated, 2);
-            ASSERT_TRUE(std::equal(repeated, repeated + bytes * times, lines.data()));
-            for (size_t i = 0; i < 8 * bytes * times; ++i) {
-                const size_t from = i / bits / times * bits + i % bits;
-                ASSERT_EQ(repeated[i / 8] >> (7 - i % 8) & 1, source[from / 8] >> (7 - from % 8) & 1)
-                    << "bit " << i << " of " << bytes << " bytes, " << times << " times " << bits;
-            }
+        for (const size_t bytes : {1, 2, 31, 63, 64, 65, 97, 128, 200}) {
+            GuardedArray<uint8_t> source(bytes * Runs::count);
+            random.fill(source.data(), source.size());
+            Runs runs(random, bytes * times);
+            bitKernels.repeat(runs.rows(source.data(), static_cast<ptrdiff_t>(bytes)), bytes, bits, times);
+            runs.forEach([&](const uint8_t* line, uint32_t j) {
+                const uint8_t* const row = source.data() + j * bytes;
+                for (size_t i = 0; i < 8 * bytes * times; ++i) {
+                    const size_t from = i / bits / times * bits + i % bits;
+                    ASSERT_EQ(line[i / 8] >> (7 - i % 8) & 1, row[from / 8] >> (7 - from % 8) & 1)
+                        << "bit " << i << " of " << bytes << " bytes, " << times << " times " << bits;
+                }
+            });
         }
     }
 }
