@@ -73,26 +73,70 @@ uint32_t bits32(const uint64_t* bits, size_t at)
     return static_cast<uint32_t>(bits[at / 64] >> at % 64);
 }
 
+// Takes words from some columns on out of the two registers that hold the columns.
+class Shifted
+{
+  public:
+    explicit Shifted(uint32_t columns)
+        : offsets_(_mm512_add_epi16(iota(), _mm512_set1_epi16(static_cast<short>(columns))))
+    {
+    }
+
+    __m512i of(__m512i low, __m512i high) const { return _mm512_permutex2var_epi16(low, offsets_, high); }
+
+  private:
+    static __m512i iota()
+    {
+        uint16_t numbers[32];
+        for (unsigned k = 0; k < 32; ++k)
+            numbers[k] = static_cast<uint16_t>(k);
+        return _mm512_loadu_si512(numbers);
+    }
+
+    __m512i offsets_;
+};
+
 // The sums of blocks take the place of those of their columns, close together; returns their number. What is written
-// is behind what is still to be read.
+// is behind what is still to be read. `Pairs` is half of the blocks' width.
+template <unsigned Pairs>
 size_t sumBlocksWide(const BlockColumns& columns, uint16_t* sums)
 {
+    const unsigned channels = columns.channels;
+    const Shifted second(channels);
+    const Shifted others[3] = {Shifted(2 * channels), Shifted(4 * channels), Shifted(6 * channels)};
+    const Shifted last((columns.width - 1) * channels);
+    const Shifted extra(columns.width * channels);
+    const bool odd = columns.width % 2 != 0;
     size_t n = 0;
+    __m512i next = _mm512_loadu_si512(sums);
+    __m512i afterNext = _mm512_loadu_si512(sums + 32);
+    __m512i nextPairs = _mm512_add_epi16(next, second.of(next, afterNext));
     for (size_t c = 0; c < columns.components; c += 32) {
-        const uint32_t begins = bits32(columns.begins, c);
-        if (begins == 0)
-            continue;
+        const __m512i column = next;
+        const __m512i pairs = nextPairs;
+        next = afterNext;
+        afterNext = _mm512_loadu_si512(sums + c + 64);
+        nextPairs = _mm512_add_epi16(next, second.of(next, afterNext));
+        __m512i sum = Pairs != 0 ? pairs : column;
+        for (unsigned t = 1; t < Pairs; ++t)
+            sum = _mm512_add_epi16(sum, others[t - 1].of(pairs, nextPairs));
+        if (odd && Pairs != 0)
+            sum = _mm512_add_epi16(sum, last.of(column, next));
         const uint32_t wide = bits32(columns.wide, c);
-        __m512i sum = _mm512_loadu_si512(sums + c);
-        for (uint32_t t = 1; t < columns.width; ++t)
-            sum = _mm512_add_epi16(sum, _mm512_loadu_si512(sums + c + t * columns.channels));
         if (wide != 0)
-            sum =
-                _mm512_mask_add_epi16(sum, wide, sum, _mm512_loadu_si512(sums + c + columns.width * columns.channels));
+            sum = _mm512_mask_add_epi16(sum, wide, sum, extra.of(column, next));
+        const uint32_t begins = bits32(columns.begins, c);
         _mm512_storeu_si512(sums + n, _mm512_maskz_compress_epi16(begins, sum));
         n += static_cast<unsigned>(__builtin_popcount(begins));
     }
     return n;
+}
+
+size_t sumBlocksWide(const BlockColumns& columns, uint16_t* sums)
+{
+    constexpr decltype(&sumBlocksWide<0>) forms[] = {sumBlocksWide<0>, sumBlocksWide<1>, sumBlocksWide<2>,
+                                                     sumBlocksWide<3>, sumBlocksWide<4>};
+    return forms[columns.width / 2](columns, sums);
 }
 
 // Blocks of at most 257 pixels, so that their sums fit 16 bits.
