@@ -22,10 +22,10 @@ void fetchColumns(const uint8_t* from, ptrdiff_t ahead)
     fetchEarly<2>(from + 64, ahead);
 }
 
-// The sums of as many columns as whole registers take; returns their number. The rows that follow are likely to be
-// wanted next.
-size_t sumRowsWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, uint16_t* LX_RESTRICT sums,
-                   size_t components)
+// The sums of as many columns as fill four registers; returns their number. Calls take(i, sums) for each four of them.
+// The rows that follow are likely to be wanted next.
+template <class Take>
+size_t sumRowsWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, size_t components, Take take)
 {
     const ptrdiff_t ahead = static_cast<ptrdiff_t>(rows) * step;
     size_t i = 0;
@@ -39,19 +39,22 @@ size_t sumRowsWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned r
             for (unsigned k = 0; k < 4; ++k)
                 v[k] = _mm512_add_epi16(v[k], widen(row + 32 * k));
         }
-        for (unsigned k = 0; k < 4; ++k)
-            _mm512_storeu_si512(sums + i + 32 * k, v[k]);
+        take(i, v);
     }
     return i;
 }
 
 #endif
 
+// sums[i] = source[i] + source[step + i] + ..., `rows` terms.
 void sumRows(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, uint16_t* LX_RESTRICT sums,
              size_t components)
 {
 #if defined(LX_LEVEL_v4)
-    const size_t done = sumRowsWide(source, step, rows, sums, components);
+    const size_t done = sumRowsWide(source, step, rows, components, [sums](size_t i, const __m512i* v) {
+        for (unsigned k = 0; k < 4; ++k)
+            _mm512_storeu_si512(sums + i + 32 * k, v[k]);
+    });
 #else
     const size_t done = 0;
 #endif
@@ -96,97 +99,176 @@ class Shifted
     __m512i offsets_;
 };
 
-// The sums of blocks take the place of those of their columns, close together; returns their number. What is written
-// is behind what is still to be read. `Pairs` is half of the blocks' width.
+// Throws the sums of blocks together, close to one another, from the sums of columns. These come 32 at a time, and two
+// registers must follow before the blocks that begin in one can be summed. `Pairs` is half of the blocks' width.
 template <unsigned Pairs>
-size_t sumBlocksWide(const BlockColumns& columns, uint16_t* sums)
+class BlockSums
 {
-    const unsigned channels = columns.channels;
-    const Shifted second(channels);
-    const Shifted others[3] = {Shifted(2 * channels), Shifted(4 * channels), Shifted(6 * channels)};
-    const Shifted last((columns.width - 1) * channels);
-    const Shifted extra(columns.width * channels);
-    const bool odd = columns.width % 2 != 0;
-    size_t n = 0;
-    __m512i next = _mm512_loadu_si512(sums);
-    __m512i afterNext = _mm512_loadu_si512(sums + 32);
-    __m512i nextPairs = _mm512_add_epi16(next, second.of(next, afterNext));
-    for (size_t c = 0; c < columns.components; c += 32) {
-        const __m512i column = next;
-        const __m512i pairs = nextPairs;
-        next = afterNext;
-        afterNext = _mm512_loadu_si512(sums + c + 64);
-        nextPairs = _mm512_add_epi16(next, second.of(next, afterNext));
-        __m512i sum = Pairs != 0 ? pairs : column;
-        for (unsigned t = 1; t < Pairs; ++t)
-            sum = _mm512_add_epi16(sum, others[t - 1].of(pairs, nextPairs));
-        if (odd && Pairs != 0)
-            sum = _mm512_add_epi16(sum, last.of(column, next));
-        const uint32_t wide = bits32(columns.wide, c);
-        if (wide != 0)
-            sum = _mm512_mask_add_epi16(sum, wide, sum, extra.of(column, next));
-        const uint32_t begins = bits32(columns.begins, c);
-        _mm512_storeu_si512(sums + n, _mm512_maskz_compress_epi16(begins, sum));
-        n += static_cast<unsigned>(__builtin_popcount(begins));
+  public:
+    BlockSums(const BlockColumns& columns, uint16_t* sums)
+        : columns_(columns), sums_(sums),
+          second_(columns.channels), others_{Shifted(2 * columns.channels), Shifted(4 * columns.channels),
+                                             Shifted(6 * columns.channels)},
+          last_((columns.width - 1) * columns.channels), extra_(columns.width * columns.channels),
+          odd_(columns.width % 2 != 0)
+    {
     }
-    return n;
-}
 
-size_t sumBlocksWide(const BlockColumns& columns, uint16_t* sums)
-{
-    constexpr decltype(&sumBlocksWide<0>) forms[] = {sumBlocksWide<0>, sumBlocksWide<1>, sumBlocksWide<2>,
-                                                     sumBlocksWide<3>, sumBlocksWide<4>};
-    return forms[columns.width / 2](columns, sums);
-}
+    void begin(__m512i first, __m512i second)
+    {
+        column_ = first;
+        next_ = second;
+        pairs_ = pairsOf(first, second);
+    }
 
-// Blocks of at most 257 pixels, so that their sums fit 16 bits.
-bool blockMeansWide(const BlockColumns& columns, const BlockRule& rule, uint16_t* sums,
-                    uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
+    void add(__m512i afterNext)
+    {
+        const __m512i nextPairs = pairsOf(next_, afterNext);
+        __m512i sum = Pairs != 0 ? pairs_ : column_;
+        for (unsigned t = 1; t < Pairs; ++t)
+            sum = _mm512_add_epi16(sum, others_[t - 1].of(pairs_, nextPairs));
+        if (odd_ && Pairs != 0)
+            sum = _mm512_add_epi16(sum, last_.of(column_, next_));
+        const uint32_t wide = bits32(columns_.wide, at_);
+        sum = _mm512_mask_add_epi16(sum, wide, sum, extra_.of(column_, next_));
+        const uint32_t begins = bits32(columns_.begins, at_);
+        _mm512_storeu_si512(sums_ + count_, _mm512_maskz_compress_epi16(begins, sum));
+        count_ += static_cast<unsigned>(__builtin_popcount(begins));
+        at_ += 32;
+        column_ = next_;
+        next_ = afterNext;
+        pairs_ = nextPairs;
+    }
+
+    size_t count() const { return count_; }
+
+  private:
+    __m512i pairsOf(__m512i column, __m512i next) const { return _mm512_add_epi16(column, second_.of(column, next)); }
+
+    const BlockColumns& columns_;
+    uint16_t* sums_;
+    const Shifted second_;
+    const Shifted others_[3];
+    const Shifted last_;
+    const Shifted extra_;
+    const bool odd_;
+    __m512i column_;
+    __m512i next_;
+    __m512i pairs_;
+    size_t at_ = 0;
+    size_t count_ = 0;
+};
+
+// Divides sums of at most 257 pixels, which fit 16 bits.
+class MeansOfSums
 {
-    const auto both = [](uint32_t wide, uint32_t narrow0, uint32_t wide1) {
-        return _mm512_mask_blend_epi16(wide, _mm512_set1_epi16(static_cast<short>(narrow0)),
-                                       _mm512_set1_epi16(static_cast<short>(wide1)));
-    };
-    uint32_t reciprocals[2];
-    for (unsigned k = 0; k < 2; ++k)
-        reciprocals[k] = rule.pixels[k] == 1 ? 65535 : 65536 / rule.pixels[k];
-    const bool marking = rule.marked[0] || rule.marked[1];
-    uint32_t anyMark = 0;
-    const size_t count = sumBlocksWide(columns, sums);
-    for (size_t k = 0; k < count; k += 32) {
-        const auto mine = static_cast<uint32_t>(lowest(count - k));
-        const uint32_t wide = bits32(columns.wideMeans, k);
-        const __m512i sum = _mm512_loadu_si512(sums + k);
+  public:
+    MeansOfSums(const BlockColumns& columns, const BlockRule& rule, uint8_t* destination, uint8_t* marks)
+        : wideMeans_(columns.wideMeans), rule_(rule), destination_(destination), marks_(marks),
+          marking_(rule.marked[0] || rule.marked[1])
+    {
+        for (unsigned k = 0; k < 2; ++k) {
+            pixels_[k] = words(rule.pixels[k]);
+            reciprocals_[k] = words(rule.pixels[k] == 1 ? 65535 : 65536 / rule.pixels[k]);
+            whites_[k] = words(rule.white[k]);
+        }
+    }
+
+    // The means from the kth on, `lanes` of them.
+    void make(size_t k, uint32_t lanes, __m512i sum)
+    {
+        const uint32_t wide = bits32(wideMeans_, k);
         // The truncated reciprocal gives a quotient that is at most 1 short, which the remainder tells.
-        const __m512i pixels = both(wide, rule.pixels[0], rule.pixels[1]);
-        __m512i mean = _mm512_mulhi_epu16(sum, both(wide, reciprocals[0], reciprocals[1]));
-        const __m512i rest = _mm512_sub_epi16(sum, _mm512_mullo_epi16(mean, pixels));
+        const __m512i pixels = _mm512_mask_blend_epi16(wide, pixels_[0], pixels_[1]);
+        __m512i mean = _mm512_mulhi_epu16(sum, _mm512_mask_blend_epi16(wide, reciprocals_[0], reciprocals_[1]));
+        __m512i rest = _mm512_sub_epi16(sum, _mm512_mullo_epi16(mean, pixels));
         const __mmask32 isShort = _mm512_cmpge_epu16_mask(rest, pixels);
         mean = _mm512_mask_add_epi16(mean, isShort, mean, _mm512_set1_epi16(1));
-        if (marking) {
-            const __m512i exact = _mm512_mullo_epi16(mean, pixels);
-            const uint32_t marked = mine & ((rule.marked[0] ? ~wide : 0) | (rule.marked[1] ? wide : 0));
-            const uint32_t white = marked & _mm512_cmpeq_epi16_mask(mean, _mm512_set1_epi16(255));
-            uint32_t even = marked & ~white & _mm512_cmpeq_epi16_mask(sum, exact);
-            even &= _mm512_test_epi16_mask(sum, sum);
-            mean = _mm512_mask_mov_epi16(mean, white, both(wide, rule.white[0], rule.white[1]));
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(marks + k), _mm256_movm_epi8(even));
-            anyMark |= even;
+        if (marking_) {
+            rest = _mm512_mask_sub_epi16(rest, isShort, rest, pixels);
+            const uint32_t marked = lanes & ((rule_.marked[0] ? ~wide : 0) | (rule_.marked[1] ? wide : 0));
+            const uint32_t white = _mm512_mask_cmpeq_epi16_mask(marked, mean, words(255));
+            const uint32_t even =
+                _mm512_mask_testn_epi16_mask(marked & ~white, rest, rest) & _mm512_test_epi16_mask(sum, sum);
+            mean = _mm512_mask_mov_epi16(mean, white, _mm512_mask_blend_epi16(wide, whites_[0], whites_[1]));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(marks_ + k), _mm256_movm_epi8(even));
+            anyMark_ |= even;
         }
-        _mm256_mask_storeu_epi8(destination + k, mine, lowBytes(mean));
+        if (lanes == ~uint32_t{0})
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination_ + k), lowBytes(mean));
+        else
+            _mm256_mask_storeu_epi8(destination_ + k, lanes, lowBytes(mean));
     }
-    return anyMark != 0;
+
+    bool anyMark() const { return anyMark_ != 0; }
+
+  private:
+    static __m512i words(uint32_t value) { return _mm512_set1_epi16(static_cast<short>(value)); }
+
+    const uint64_t* wideMeans_;
+    const BlockRule& rule_;
+    uint8_t* destination_;
+    uint8_t* marks_;
+    const bool marking_;
+    __m512i pixels_[2];
+    __m512i reciprocals_[2];
+    __m512i whites_[2];
+    uint32_t anyMark_ = 0;
+};
+
+// A few columns at a time from the rows to the means, so that there is something to do while memory is slow.
+template <unsigned Pairs>
+bool blockMeansWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, const BlockColumns& columns,
+                    const BlockRule& rule, uint16_t* sums, uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
+{
+    BlockSums<Pairs> blocks(columns, sums);
+    MeansOfSums means(columns, rule, destination, marks);
+    size_t k = 0;
+    size_t i = sumRowsWide(source, step, rows, columns.components, [&](size_t at, const __m512i* v) {
+        if (at == 0) {
+            blocks.begin(v[0], v[1]);
+        } else {
+            blocks.add(v[0]);
+            blocks.add(v[1]);
+        }
+        blocks.add(v[2]);
+        blocks.add(v[3]);
+        // Sums are read some time after they have been written: they do not come out of one store.
+        for (; k + 64 <= blocks.count(); k += 32)
+            means.make(k, ~uint32_t{0}, _mm512_loadu_si512(sums + k));
+    });
+    const auto rest = [&](size_t at) {
+        const auto there = static_cast<__mmask32>(at < columns.components ? lowest(columns.components - at) : 0);
+        __m512i sum = _mm512_setzero_si512();
+        for (unsigned r = 0; r < rows && there != 0; ++r)
+            sum = _mm512_add_epi16(sum, _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(
+                                            there, source + static_cast<ptrdiff_t>(r) * step + at)));
+        return sum;
+    };
+    if (i == 0) {
+        blocks.begin(rest(0), rest(32));
+        i = 64;
+    }
+    for (; i < columns.components + 64; i += 32)
+        blocks.add(rest(i));
+    for (const size_t count = blocks.count(); k < count; k += 32)
+        means.make(k, static_cast<uint32_t>(lowest(count - k)), _mm512_loadu_si512(sums + k));
+    return means.anyMark();
 }
 
 #endif
 
-bool blockMeans(const BlockColumns& columns, const BlockRule& rule, uint16_t* LX_RESTRICT sums,
-                uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
+bool blockMeans(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, const BlockColumns& columns,
+                const BlockRule& rule, uint16_t* LX_RESTRICT sums, uint8_t* LX_RESTRICT destination,
+                uint8_t* LX_RESTRICT marks)
 {
 #if defined(LX_LEVEL_v4)
+    constexpr decltype(&blockMeansWide<0>) forms[] = {blockMeansWide<0>, blockMeansWide<1>, blockMeansWide<2>,
+                                                      blockMeansWide<3>, blockMeansWide<4>};
     if (columns.width <= wideBlockWidth && rule.pixels[1] <= 257)
-        return blockMeansWide(columns, rule, sums, destination, marks);
+        return forms[columns.width / 2](source, step, rows, columns, rule, sums, destination, marks);
 #endif
+    sumRows(source, step, rows, sums, columns.components);
     bool anyMark = false;
     for (uint32_t b = 0; b < columns.blocks; ++b) {
         const uint32_t width = columns.starts[b + 1] - columns.starts[b];
@@ -365,7 +447,7 @@ void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destin
 } // namespace
 
 constexpr ResampleKernels resampleKernels = {
-    sumRows, blockMeans, addRow, joinRows, joinTwo, joinThree, joinColumns,
+    blockMeans, addRow, joinRows, joinTwo, joinThree, joinColumns,
 };
 
 } // namespace lx::LX_LEVEL

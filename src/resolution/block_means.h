@@ -217,8 +217,7 @@ class BlockMeans
             rule.white[kind] = rule.marked[kind] ? largeMean(lines.length, width).ofFlat(255) : uint8_t{255};
         }
         const uint8_t* source = source_.at(first, lines.start);
-        kernels_.sumRows(source, source_.lineStep(), lines.length, sums_, columns.components);
-        if (kernels_.blockMeans(columns, rule, sums_, means, marks_))
+        if (kernels_.blockMeans(source, source_.lineStep(), lines.length, columns, rule, sums_, means, marks_))
             settleMarked(columns, lines, source, means);
     }
 
@@ -315,7 +314,7 @@ class BlockMeans
     const ResampleKernels& kernels_;
     const AreaView source_;
     LargeMean large_[2][2];
-    alignas(64) uint16_t sums_[BlockPlan<Channels>::componentLimit + 256];
+    alignas(64) uint16_t sums_[BlockPlan<Channels>::componentLimit + 32];
     alignas(64) uint8_t marks_[BlockPlan<Channels>::componentLimit + 64];
 };
 
