@@ -94,7 +94,7 @@ class RampLine
 {
   public:
     RampLine(const AreaView& source, const AreaView& destination, uint32_t tallest) noexcept
-        : kernels_(*kernels().enlarge), pick_(kernels().pick->pick), source_(source), destination_(destination),
+        : kernels_(*kernels().enlarge), source_(source), destination_(destination),
           runs_(source.width(), destination.width()), plans_(runs_), means_(source, tallest)
     {
     }
@@ -126,9 +126,7 @@ class RampLine
             const uint32_t base = groups[0].base;
             const uint32_t components = (count - 1) * groups[0].count + last.count;
             fetch(plan.picks.sourceFirst + base / Channels, (last.base + last.last - base) / Channels + 1, lines);
-            pick_(pixels_, base, 0, from_, groups, count);
-            pick_(pixels_ + Channels, base, 0, to_, groups, count);
-            kernels_.rampEach(from_, to_, out, components, times, runs_.shortest());
+            kernels_.rampPicked(pixels_, base, Channels, out, groups, count, times, runs_.shortest());
             out += components;
             times += components;
         }
@@ -161,7 +159,6 @@ class RampLine
     }
 
     const EnlargeKernels& kernels_;
-    decltype(PickKernels::pick) pick_;
     const AreaView source_;
     const AreaView destination_;
     const RunWalker runs_;
@@ -169,8 +166,6 @@ class RampLine
     PlannedColumns<RunWalker, RampPlan<Channels>> plans_;
     ColumnMeans<Channels> means_;
     uint8_t pixels_[batchComponents + 2 * Channels];
-    uint8_t from_[batchComponents];
-    uint8_t to_[batchComponents];
 };
 
 // The lines of a run, from its first line towards that of the next run.

@@ -163,16 +163,22 @@ TEST(ResampleKernels, BlockMeans)
     });
 }
 
-// All pairs of levels, to be taken in one call.
+// All pairs of levels, to be taken in one call: apart, and side by side with groups of half of the lanes.
 struct LevelPairs {
     std::vector<uint8_t> from = std::vector<uint8_t>(65536);
     std::vector<uint8_t> to = std::vector<uint8_t>(65536);
+    std::vector<uint8_t> pixels = std::vector<uint8_t>(131072);
+    std::vector<lx::PickGroup> groups = std::vector<lx::PickGroup>(2048);
 
     LevelPairs()
     {
         for (unsigned k = 0; k < 65536; ++k) {
-            from[k] = static_cast<uint8_t>(k >> 8);
-            to[k] = static_cast<uint8_t>(k);
+            from[k] = pixels[2 * k] = static_cast<uint8_t>(k >> 8);
+            to[k] = pixels[2 * k + 1] = static_cast<uint8_t>(k);
+            lx::PickGroup& group = groups[k / 32];
+            group.base = k / 32 * 64;
+            group.count = 32;
+            group.last = group.offsets[k % 32] = static_cast<uint8_t>(k % 32 * 2);
         }
     }
 };
@@ -201,11 +207,15 @@ TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
                 const lx::EnlargeKernels& kernels = *levels.tables[k]->enlarge;
                 kernels.ramp(pairs.from.data(), pairs.to.data(), actual.data(), 65536, t, length);
                 ASSERT_EQ(expected, actual) << t << " of " << length;
-                kernels.rampEach(pairs.from.data(), pairs.to.data(), each.data(), 65536, narrow.data(), length);
+                const auto rampEach = [&](const std::vector<uint8_t>& times, uint32_t shorter) {
+                    kernels.rampPicked(pairs.pixels.data(), 0, 1, each.data(), pairs.groups.data(), pairs.groups.size(),
+                                       times.data(), shorter);
+                };
+                rampEach(narrow, length);
                 ASSERT_EQ(expected, each) << t << " of " << length;
                 if (length == 1)
                     continue;
-                kernels.rampEach(pairs.from.data(), pairs.to.data(), each.data(), 65536, wide.data(), length - 1);
+                rampEach(wide, length - 1);
                 ASSERT_EQ(expected, each) << t << " of " << length << ", longer";
             }
         }
