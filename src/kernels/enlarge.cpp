@@ -1,6 +1,7 @@
 // Pixels between pixels: straight ramps, and pictures of twice the size. The portable forms are plain loops, the wide
 // ones take whole registers and weave what becomes of even and odd pixels together.
 
+#include "kernels/fetch_early.h"
 #include "kernels/kernel_tables.h"
 
 #include <cstring>
@@ -56,7 +57,7 @@ __m512i halfDown(__m512i a, __m512i b)
 #endif
 
 void ramp(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_t* LX_RESTRICT destination,
-          size_t components, unsigned t, uint32_t length)
+          size_t components, unsigned t, uint32_t length, [[maybe_unused]] ptrdiff_t ahead)
 {
     if (!isExactRamp(length)) {
         const float step = stepOf(length);
@@ -67,12 +68,15 @@ void ramp(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_
     const uint16_t reciprocal = halfReciprocal(length);
     size_t i = 0;
 #if defined(LX_LEVEL_v4)
-    for (; length == 2 && t == 1 && i + 64 <= components; i += 64)
+    for (; length == 2 && t == 1 && i + 64 <= components; i += 64) {
+        fetchEarly<2>(destination + i, ahead);
         _mm512_storeu_si512(destination + i, halfDown(_mm512_loadu_si512(from + i), _mm512_loadu_si512(to + i)));
+    }
     const __m512i fromWeights = _mm512_set1_epi16(static_cast<short>(2 * (length - t)));
     const __m512i toWeights = _mm512_set1_epi16(static_cast<short>(2 * t));
     const __m512i reciprocals = _mm512_set1_epi16(static_cast<short>(reciprocal));
     for (; i + 32 <= components; i += 32) {
+        fetchEarly<2>(destination + i, ahead);
         const __m512i x = _mm512_add_epi16(_mm512_mullo_epi16(widen(from + i), fromWeights),
                                            _mm512_mullo_epi16(widen(to + i), toWeights));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination + i), lowBytes(_mm512_mulhi_epu16(x, reciprocals)));
@@ -167,7 +171,8 @@ void rampGroupWide(const uint8_t* from, const uint8_t* to, uint8_t* destination,
 #endif
 
 void rampPicked(const uint8_t* LX_RESTRICT source, uint32_t first, unsigned channels, uint8_t* LX_RESTRICT destination,
-                const PickGroup* groups, size_t count, const uint8_t* LX_RESTRICT times, uint32_t length)
+                const PickGroup* groups, size_t count, const uint8_t* LX_RESTRICT times, uint32_t length,
+                ptrdiff_t ahead)
 {
 #if defined(LX_LEVEL_v4)
     const bool wide = isExactRamp(length) && isExactRamp(length + 1);
@@ -175,6 +180,7 @@ void rampPicked(const uint8_t* LX_RESTRICT source, uint32_t first, unsigned chan
 #endif
     for (const PickGroup* group = groups; group != groups + count; ++group) {
         const uint8_t* LX_RESTRICT pixels = source + (group->base - first);
+        fetchEarly<2>(destination, ahead);
 #if defined(LX_LEVEL_v4)
         if (wide && group->last < 64) {
             rampGroupWide(pixels, pixels + channels, destination, *group, times, ramps);

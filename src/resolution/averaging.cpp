@@ -88,6 +88,13 @@ bool isTwice(const RunWalker& runs)
     return runs.shortest() == 2 && runs.longest() == 2;
 }
 
+// How far it is to the line that is asked for in advance while one is written: 0 if there is none.
+ptrdiff_t linesAhead(const AreaView& area, uint32_t j)
+{
+    constexpr uint32_t lines = 2;
+    return area.height() - j > lines ? area.row(j + lines) - area.row(j) : 0;
+}
+
 // Makes lines that are wider than the source's.
 template <unsigned Channels>
 class RampLine
@@ -126,7 +133,8 @@ class RampLine
             const uint32_t base = groups[0].base;
             const uint32_t components = (count - 1) * groups[0].count + last.count;
             fetch(plan.picks.sourceFirst + base / Channels, (last.base + last.last - base) / Channels + 1, lines);
-            kernels_.rampPicked(pixels_, base, Channels, out, groups, count, times, runs_.shortest());
+            kernels_.rampPicked(pixels_, base, Channels, out, groups, count, times, runs_.shortest(),
+                                linesAhead(destination_, j));
             out += components;
             times += components;
         }
@@ -179,7 +187,7 @@ void rampLines(const AreaView& area, Span run, uint32_t next, uint32_t width) no
     const EnlargeKernels& kernels = *lx::kernels().enlarge;
     for (uint32_t t = 1; t < run.length; ++t)
         kernels.ramp(area.row(run.start), area.row(next), area.row(run.start + t), size_t{width} * Channels, t,
-                     run.length);
+                     run.length, linesAhead(area, run.start + t));
 }
 
 template <unsigned Channels, class Line>

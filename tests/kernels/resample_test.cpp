@@ -205,11 +205,11 @@ TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
             for (size_t k = 0; k < levels.count; ++k) {
                 SCOPED_TRACE(levels.tables[k]->level);
                 const lx::EnlargeKernels& kernels = *levels.tables[k]->enlarge;
-                kernels.ramp(pairs.from.data(), pairs.to.data(), actual.data(), 65536, t, length);
+                kernels.ramp(pairs.from.data(), pairs.to.data(), actual.data(), 65536, t, length, 0);
                 ASSERT_EQ(expected, actual) << t << " of " << length;
                 const auto rampEach = [&](const std::vector<uint8_t>& times, uint32_t shorter) {
                     kernels.rampPicked(pairs.pixels.data(), 0, 1, each.data(), pairs.groups.data(), pairs.groups.size(),
-                                       times.data(), shorter);
+                                       times.data(), shorter, 0);
                 };
                 rampEach(narrow, length);
                 ASSERT_EQ(expected, each) << t << " of " << length;
