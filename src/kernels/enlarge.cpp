@@ -1,6 +1,7 @@
 // Pixels between pixels: straight ramps, and pictures of twice the size. The portable forms are plain loops, the wide
 // ones take whole registers and weave what becomes of even and odd pixels together.
 
+#include "kernels/fetch_early.h"
 #include "kernels/kernel_tables.h"
 
 #include <cstring>
@@ -45,8 +46,18 @@ float stepOf(uint32_t length)
     return 1.0F / static_cast<float>(length);
 }
 
+#if defined(LX_LEVEL_v4)
+
+// (a + b) >> 1 of every byte.
+__m512i halfDown(__m512i a, __m512i b)
+{
+    return _mm512_sub_epi8(_mm512_avg_epu8(a, b), _mm512_and_si512(_mm512_xor_si512(a, b), _mm512_set1_epi8(1)));
+}
+
+#endif
+
 void ramp(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_t* LX_RESTRICT destination,
-          size_t components, unsigned t, uint32_t length)
+          size_t components, unsigned t, uint32_t length, [[maybe_unused]] ptrdiff_t ahead)
 {
     if (!isExactRamp(length)) {
         const float step = stepOf(length);
@@ -57,10 +68,15 @@ void ramp(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_
     const uint16_t reciprocal = halfReciprocal(length);
     size_t i = 0;
 #if defined(LX_LEVEL_v4)
+    for (; length == 2 && t == 1 && i + 64 <= components; i += 64) {
+        fetchEarly<2>(destination + i, ahead);
+        _mm512_storeu_si512(destination + i, halfDown(_mm512_loadu_si512(from + i), _mm512_loadu_si512(to + i)));
+    }
     const __m512i fromWeights = _mm512_set1_epi16(static_cast<short>(2 * (length - t)));
     const __m512i toWeights = _mm512_set1_epi16(static_cast<short>(2 * t));
     const __m512i reciprocals = _mm512_set1_epi16(static_cast<short>(reciprocal));
     for (; i + 32 <= components; i += 32) {
+        fetchEarly<2>(destination + i, ahead);
         const __m512i x = _mm512_add_epi16(_mm512_mullo_epi16(widen(from + i), fromWeights),
                                            _mm512_mullo_epi16(widen(to + i), toWeights));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination + i), lowBytes(_mm512_mulhi_epu16(x, reciprocals)));
@@ -70,6 +86,7 @@ void ramp(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_
         destination[i] = exactRampLevel(from[i], to[i], t, length, reciprocal);
 }
 
+// Ramps of a group's components, some of `length` and some of one more.
 void rampEach(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_t* LX_RESTRICT destination,
               size_t components, const uint8_t* LX_RESTRICT times, uint32_t length)
 {
@@ -82,28 +99,105 @@ void rampEach(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, ui
     }
     const uint16_t narrow = halfReciprocal(length);
     const uint16_t wide = halfReciprocal(length + 1);
-    size_t i = 0;
-#if defined(LX_LEVEL_v4)
-    const __m512i one = _mm512_set1_epi16(1);
-    for (; i + 32 <= components; i += 32) {
-        const __m512i time = widen(times + i);
-        const __mmask32 isWide = _mm512_test_epi16_mask(time, _mm512_set1_epi16(128));
-        const __m512i t = _mm512_and_si512(time, _mm512_set1_epi16(127));
-        __m512i lengths = _mm512_set1_epi16(static_cast<short>(length));
-        lengths = _mm512_mask_add_epi16(lengths, isWide, lengths, one);
-        const __m512i reciprocals = _mm512_mask_blend_epi16(isWide, _mm512_set1_epi16(static_cast<short>(narrow)),
-                                                            _mm512_set1_epi16(static_cast<short>(wide)));
-        const __m512i start = widen(from + i);
-        const __m512i difference = _mm512_sub_epi16(widen(to + i), start);
-        const __m512i x = _mm512_add_epi16(_mm512_mullo_epi16(start, lengths), _mm512_mullo_epi16(difference, t));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination + i),
-                            lowBytes(_mm512_mulhi_epu16(_mm512_slli_epi16(x, 1), reciprocals)));
-    }
-#endif
-    for (; i < components; ++i) {
+    for (size_t i = 0; i < components; ++i) {
         const bool isWide = times[i] > 127;
         destination[i] =
             exactRampLevel(from[i], to[i], times[i] & 127, length + (isWide ? 1 : 0), isWide ? wide : narrow);
+    }
+}
+
+#if defined(LX_LEVEL_v4)
+
+// The same of exact ramps, in registers.
+class WideRamps
+{
+  public:
+    explicit WideRamps(uint32_t length)
+        : single_(length == 1), lengths_(words(length)), narrow_(words(halfReciprocal(length))),
+          wide_(words(halfReciprocal(length + 1)))
+    {
+    }
+
+    __m512i at(__m512i from, __m512i to, __m512i times) const
+    {
+        // Ramps of 2 have but one level between.
+        if (single_)
+            return _mm512_mask_blend_epi8(_mm512_test_epi8_mask(times, _mm512_set1_epi8(127)), from,
+                                          halfDown(from, to));
+        const __m256i low =
+            half(_mm512_castsi512_si256(from), _mm512_castsi512_si256(to), _mm512_castsi512_si256(times));
+        const __m256i high = half(upper(from), upper(to), upper(times));
+        return _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
+    }
+
+  private:
+    static __m512i words(uint32_t value) { return _mm512_set1_epi16(static_cast<short>(value)); }
+    static __m256i upper(__m512i bytes) { return _mm512_maskz_extracti64x4_epi64(15, bytes, 1); }
+
+    __m256i half(__m256i from, __m256i to, __m256i times) const
+    {
+        const __m512i time = _mm512_cvtepu8_epi16(times);
+        const __mmask32 isWide = _mm512_test_epi16_mask(time, words(128));
+        const __m512i t = _mm512_and_si512(time, words(127));
+        const __m512i lengths = _mm512_mask_add_epi16(lengths_, isWide, lengths_, words(1));
+        const __m512i start = _mm512_cvtepu8_epi16(from);
+        const __m512i difference = _mm512_sub_epi16(_mm512_cvtepu8_epi16(to), start);
+        const __m512i x = _mm512_add_epi16(_mm512_mullo_epi16(start, lengths), _mm512_mullo_epi16(difference, t));
+        return lowBytes(_mm512_mulhi_epu16(_mm512_slli_epi16(x, 1), _mm512_mask_blend_epi16(isWide, narrow_, wide_)));
+    }
+
+    const bool single_;
+    const __m512i lengths_;
+    const __m512i narrow_;
+    const __m512i wide_;
+};
+
+// A group whose pixels are in one register, and the next ones in another.
+void rampGroupWide(const uint8_t* from, const uint8_t* to, uint8_t* destination, const PickGroup& group,
+                   const uint8_t* times, const WideRamps& ramps)
+{
+    const __mmask64 there = lowest(group.last + 1U);
+    const __mmask64 mine = lowest(group.count);
+    const __m512i offsets = _mm512_loadu_si512(group.offsets);
+    const __m512i levels =
+        ramps.at(permuteBytes(offsets, _mm512_maskz_loadu_epi8(there, from)),
+                 permuteBytes(offsets, _mm512_maskz_loadu_epi8(there, to)), _mm512_maskz_loadu_epi8(mine, times));
+    if (group.count == PickGroup::lanes)
+        _mm512_storeu_si512(destination, levels);
+    else
+        _mm512_mask_storeu_epi8(destination, mine, levels);
+}
+
+#endif
+
+void rampPicked(const uint8_t* LX_RESTRICT source, uint32_t first, unsigned channels, uint8_t* LX_RESTRICT destination,
+                const PickGroup* groups, size_t count, const uint8_t* LX_RESTRICT times, uint32_t length,
+                ptrdiff_t ahead)
+{
+#if defined(LX_LEVEL_v4)
+    const bool wide = isExactRamp(length) && isExactRamp(length + 1);
+    const WideRamps ramps(length);
+#endif
+    for (const PickGroup* group = groups; group != groups + count; ++group) {
+        const uint8_t* LX_RESTRICT pixels = source + (group->base - first);
+        fetchEarly<2>(destination, ahead);
+#if defined(LX_LEVEL_v4)
+        if (wide && group->last < 64) {
+            rampGroupWide(pixels, pixels + channels, destination, *group, times, ramps);
+            destination += group->count;
+            times += group->count;
+            continue;
+        }
+#endif
+        uint8_t from[PickGroup::lanes];
+        uint8_t to[PickGroup::lanes];
+        for (unsigned k = 0; k < group->count; ++k) {
+            from[k] = pixels[group->offsets[k]];
+            to[k] = pixels[group->offsets[k] + channels];
+        }
+        rampEach(from, to, destination, group->count, times, length);
+        destination += group->count;
+        times += group->count;
     }
 }
 
@@ -131,12 +225,6 @@ __m512i quarter(__m512i pairs, __m512i nextPairs)
     const __m512i ones = _mm512_set1_epi8(1);
     const __m512i sum = _mm512_add_epi16(_mm512_maddubs_epi16(pairs, ones), _mm512_maddubs_epi16(nextPairs, ones));
     return _mm512_srli_epi16(_mm512_add_epi16(sum, _mm512_set1_epi16(2)), 2);
-}
-
-// (a + b) >> 1 of every byte.
-__m512i halfDown(__m512i a, __m512i b)
-{
-    return _mm512_sub_epi8(_mm512_avg_epu8(a, b), _mm512_and_si512(_mm512_xor_si512(a, b), _mm512_set1_epi8(1)));
 }
 
 #endif
@@ -284,7 +372,7 @@ void repeatTwice(const uint8_t* source, uint8_t* destination, size_t components,
 } // namespace
 
 constexpr EnlargeKernels enlargeKernels = {
-    ramp, rampEach, twice<RoundedMeans>, twice<TruncatedRamps>, repeatTwice,
+    ramp, rampPicked, twice<RoundedMeans>, twice<TruncatedRamps>, repeatTwice,
 };
 
 } // namespace lx::LX_LEVEL

@@ -5,6 +5,8 @@
 
 #pragma once
 
+#include "kernels/pick.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -13,13 +15,16 @@ namespace lx
 
 struct EnlargeKernels {
     // destination[i] = trunc(from[i] + t * d), d = (to[i] - from[i]) * (1 / length) in single precision, the rest in
-    // double; t < length.
+    // double; t < length. What lies `ahead` bytes further on in the destination is asked for in advance: lines that are
+    // not written in order are no surprise then.
     void (*ramp)(const uint8_t* from, const uint8_t* to, uint8_t* destination, size_t components, unsigned t,
-                 uint32_t length);
+                 uint32_t length, ptrdiff_t ahead);
 
-    // The same with t = times[i] & 127, and the length one more where the top bit of times[i] is set.
-    void (*rampEach)(const uint8_t* from, const uint8_t* to, uint8_t* destination, size_t components,
-                     const uint8_t* times, uint32_t length);
+    // Groups one after the other, of components c = source[base - first + offsets[k]] and what is `channels` further
+    // on: ramps from one to the other with t = times[k] & 127, and the length one more where the top bit of times[k] is
+    // set. Times go on from group to group.
+    void (*rampPicked)(const uint8_t* source, uint32_t first, unsigned channels, uint8_t* destination,
+                       const PickGroup* groups, size_t count, const uint8_t* times, uint32_t length, ptrdiff_t ahead);
 
     // Twice as many pixels: pixel 2 i = (t + b + 1) >> 1 of the rows' pixel i, and pixel 2 i + 1 =
     // (t + b + t' + b' + 2) >> 2 with the next pixel's t' and b', or the last one's own.

@@ -4,7 +4,7 @@
 #include "kernels/kernel_tables.h"
 
 #if defined(LX_LEVEL_v4)
-#include "kernels/fetch_early.h"
+#include "kernels/block_means_v4.h"
 #include "kernels/registers_v4.h"
 #endif
 
@@ -14,44 +14,15 @@ namespace lx::LX_LEVEL
 namespace
 {
 
-#if defined(LX_LEVEL_v4)
-
-void fetchColumns(const uint8_t* from, ptrdiff_t ahead)
-{
-    fetchEarly<2>(from, ahead);
-    fetchEarly<2>(from + 64, ahead);
-}
-
-// The sums of as many columns as whole registers take; returns their number. The rows that follow are likely to be
-// wanted next.
-size_t sumRowsWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, uint16_t* LX_RESTRICT sums,
-                   size_t components)
-{
-    const ptrdiff_t ahead = static_cast<ptrdiff_t>(rows) * step;
-    size_t i = 0;
-    for (; i + 128 <= components; i += 128) {
-        const uint8_t* row = source + i;
-        __m512i v[4] = {widen(row), widen(row + 32), widen(row + 64), widen(row + 96)};
-        fetchColumns(row, ahead);
-        for (unsigned r = 1; r < rows; ++r) {
-            row += step;
-            fetchColumns(row, ahead);
-            for (unsigned k = 0; k < 4; ++k)
-                v[k] = _mm512_add_epi16(v[k], widen(row + 32 * k));
-        }
-        for (unsigned k = 0; k < 4; ++k)
-            _mm512_storeu_si512(sums + i + 32 * k, v[k]);
-    }
-    return i;
-}
-
-#endif
-
+// sums[i] = source[i] + source[step + i] + ..., `rows` terms.
 void sumRows(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, uint16_t* LX_RESTRICT sums,
              size_t components)
 {
 #if defined(LX_LEVEL_v4)
-    const size_t done = sumRowsWide(source, step, rows, sums, components);
+    const size_t done = sumRowsWide(source, step, rows, components, [sums](size_t i, const __m512i* v) {
+        for (unsigned k = 0; k < 4; ++k)
+            _mm512_storeu_si512(sums + i + 32 * k, v[k]);
+    });
 #else
     const size_t done = 0;
 #endif
@@ -64,85 +35,17 @@ void sumRows(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, u
     }
 }
 
-#if defined(LX_LEVEL_v4)
-
-constexpr uint32_t wideBlockWidth = 8; // narrow blocks up to this width are summed for all columns at once
-
-uint32_t bits32(const uint64_t* bits, size_t at)
-{
-    return static_cast<uint32_t>(bits[at / 64] >> at % 64);
-}
-
-// The sums of blocks take the place of those of their columns, close together; returns their number. What is written
-// is behind what is still to be read.
-size_t sumBlocksWide(const BlockColumns& columns, uint16_t* sums)
-{
-    size_t n = 0;
-    for (size_t c = 0; c < columns.components; c += 32) {
-        const uint32_t begins = bits32(columns.begins, c);
-        if (begins == 0)
-            continue;
-        const uint32_t wide = bits32(columns.wide, c);
-        __m512i sum = _mm512_loadu_si512(sums + c);
-        for (uint32_t t = 1; t < columns.width; ++t)
-            sum = _mm512_add_epi16(sum, _mm512_loadu_si512(sums + c + t * columns.channels));
-        if (wide != 0)
-            sum =
-                _mm512_mask_add_epi16(sum, wide, sum, _mm512_loadu_si512(sums + c + columns.width * columns.channels));
-        _mm512_storeu_si512(sums + n, _mm512_maskz_compress_epi16(begins, sum));
-        n += static_cast<unsigned>(__builtin_popcount(begins));
-    }
-    return n;
-}
-
-// Blocks of at most 257 pixels, so that their sums fit 16 bits.
-bool blockMeansWide(const BlockColumns& columns, const BlockRule& rule, uint16_t* sums,
-                    uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
-{
-    const auto both = [](uint32_t wide, uint32_t narrow0, uint32_t wide1) {
-        return _mm512_mask_blend_epi16(wide, _mm512_set1_epi16(static_cast<short>(narrow0)),
-                                       _mm512_set1_epi16(static_cast<short>(wide1)));
-    };
-    uint32_t reciprocals[2];
-    for (unsigned k = 0; k < 2; ++k)
-        reciprocals[k] = rule.pixels[k] == 1 ? 65535 : 65536 / rule.pixels[k];
-    const bool marking = rule.marked[0] || rule.marked[1];
-    uint32_t anyMark = 0;
-    const size_t count = sumBlocksWide(columns, sums);
-    for (size_t k = 0; k < count; k += 32) {
-        const auto mine = static_cast<uint32_t>(lowest(count - k));
-        const uint32_t wide = bits32(columns.wideMeans, k);
-        const __m512i sum = _mm512_loadu_si512(sums + k);
-        // The truncated reciprocal gives a quotient that is at most 1 short, which the remainder tells.
-        const __m512i pixels = both(wide, rule.pixels[0], rule.pixels[1]);
-        __m512i mean = _mm512_mulhi_epu16(sum, both(wide, reciprocals[0], reciprocals[1]));
-        const __m512i rest = _mm512_sub_epi16(sum, _mm512_mullo_epi16(mean, pixels));
-        const __mmask32 isShort = _mm512_cmpge_epu16_mask(rest, pixels);
-        mean = _mm512_mask_add_epi16(mean, isShort, mean, _mm512_set1_epi16(1));
-        if (marking) {
-            const __m512i exact = _mm512_mullo_epi16(mean, pixels);
-            const uint32_t marked = mine & ((rule.marked[0] ? ~wide : 0) | (rule.marked[1] ? wide : 0));
-            const uint32_t white = marked & _mm512_cmpeq_epi16_mask(mean, _mm512_set1_epi16(255));
-            uint32_t even = marked & ~white & _mm512_cmpeq_epi16_mask(sum, exact);
-            even &= _mm512_test_epi16_mask(sum, sum);
-            mean = _mm512_mask_mov_epi16(mean, white, both(wide, rule.white[0], rule.white[1]));
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(marks + k), _mm256_movm_epi8(even));
-            anyMark |= even;
-        }
-        _mm256_mask_storeu_epi8(destination + k, mine, lowBytes(mean));
-    }
-    return anyMark != 0;
-}
-
-#endif
-
-bool blockMeans(const BlockColumns& columns, const BlockRule& rule, uint16_t* LX_RESTRICT sums,
-                uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
+bool blockMeans(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, const BlockColumns& columns,
+                const BlockRule& rule, uint16_t* LX_RESTRICT sums, uint8_t* LX_RESTRICT destination,
+                uint8_t* LX_RESTRICT marks)
 {
 #if defined(LX_LEVEL_v4)
+    constexpr decltype(&blockMeansWide<0>) forms[] = {blockMeansWide<0>, blockMeansWide<1>, blockMeansWide<2>,
+                                                      blockMeansWide<3>, blockMeansWide<4>};
     if (columns.width <= wideBlockWidth && rule.pixels[1] <= 257)
-        return blockMeansWide(columns, rule, sums, destination, marks);
+        return forms[columns.width / 2](source, step, rows, columns, rule, sums, destination, marks);
 #endif
+    sumRows(source, step, rows, sums, columns.components);
     bool anyMark = false;
     for (uint32_t b = 0; b < columns.blocks; ++b) {
         const uint32_t width = columns.starts[b + 1] - columns.starts[b];
@@ -321,7 +224,7 @@ void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destin
 } // namespace
 
 constexpr ResampleKernels resampleKernels = {
-    sumRows, blockMeans, addRow, joinRows, joinTwo, joinThree, joinColumns,
+    blockMeans, addRow, joinRows, joinTwo, joinThree, joinColumns,
 };
 
 } // namespace lx::LX_LEVEL

@@ -46,14 +46,12 @@ struct TapGroup {
 };
 
 struct ResampleKernels {
-    // sums[i] = source[i] + source[step + i] + ..., `rows` terms, at most 257.
-    void (*sumRows)(const uint8_t* source, ptrdiff_t step, unsigned rows, uint16_t* sums, size_t components);
-
-    // destination[b] = floor(sum of block b / pixels) from the sums of its columns, component by component. Blocks that
-    // are not all 0 or all 255 and divide evenly are marked by blockMark. `marks` has room for 64 bytes more than
-    // there are blocks, `sums` for 256 words more; the sums are used up. Returns whether there are marks.
-    bool (*blockMeans)(const BlockColumns& columns, const BlockRule& rule, uint16_t* sums, uint8_t* destination,
-                       uint8_t* marks);
+    // destination[b] = floor(sum of block b / pixels) from `rows` rows, at most 257, that are `step` bytes apart,
+    // component by component. Blocks that are not all 0 or all 255 and divide evenly are marked by blockMark. `marks`
+    // has room for 64 bytes more than there are means, `sums`, which is used up, for 32 words more than there are
+    // components. Returns whether there are marks; if not, `marks` may be left as it is.
+    bool (*blockMeans)(const uint8_t* source, ptrdiff_t step, unsigned rows, const BlockColumns& columns,
+                       const BlockRule& rule, uint16_t* sums, uint8_t* destination, uint8_t* marks);
 
     // sums[i] += source[i].
     void (*addRow)(const uint8_t* source, uint32_t* sums, size_t components);

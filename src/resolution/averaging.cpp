@@ -88,13 +88,20 @@ bool isTwice(const RunWalker& runs)
     return runs.shortest() == 2 && runs.longest() == 2;
 }
 
+// How far it is to the line that is asked for in advance while one is written: 0 if there is none.
+ptrdiff_t linesAhead(const AreaView& area, uint32_t j)
+{
+    constexpr uint32_t lines = 2;
+    return area.height() - j > lines ? area.row(j + lines) - area.row(j) : 0;
+}
+
 // Makes lines that are wider than the source's.
 template <unsigned Channels>
 class RampLine
 {
   public:
     RampLine(const AreaView& source, const AreaView& destination, uint32_t tallest) noexcept
-        : kernels_(*kernels().enlarge), pick_(kernels().pick->pick), source_(source), destination_(destination),
+        : kernels_(*kernels().enlarge), source_(source), destination_(destination),
           runs_(source.width(), destination.width()), plans_(runs_), means_(source, tallest)
     {
     }
@@ -126,9 +133,8 @@ class RampLine
             const uint32_t base = groups[0].base;
             const uint32_t components = (count - 1) * groups[0].count + last.count;
             fetch(plan.picks.sourceFirst + base / Channels, (last.base + last.last - base) / Channels + 1, lines);
-            pick_(pixels_, base, 0, from_, groups, count);
-            pick_(pixels_ + Channels, base, 0, to_, groups, count);
-            kernels_.rampEach(from_, to_, out, components, times, runs_.shortest());
+            kernels_.rampPicked(pixels_, base, Channels, out, groups, count, times, runs_.shortest(),
+                                linesAhead(destination_, j));
             out += components;
             times += components;
         }
@@ -161,7 +167,6 @@ class RampLine
     }
 
     const EnlargeKernels& kernels_;
-    decltype(PickKernels::pick) pick_;
     const AreaView source_;
     const AreaView destination_;
     const RunWalker runs_;
@@ -169,8 +174,6 @@ class RampLine
     PlannedColumns<RunWalker, RampPlan<Channels>> plans_;
     ColumnMeans<Channels> means_;
     uint8_t pixels_[batchComponents + 2 * Channels];
-    uint8_t from_[batchComponents];
-    uint8_t to_[batchComponents];
 };
 
 // The lines of a run, from its first line towards that of the next run.
@@ -184,7 +187,7 @@ void rampLines(const AreaView& area, Span run, uint32_t next, uint32_t width) no
     const EnlargeKernels& kernels = *lx::kernels().enlarge;
     for (uint32_t t = 1; t < run.length; ++t)
         kernels.ramp(area.row(run.start), area.row(next), area.row(run.start + t), size_t{width} * Channels, t,
-                     run.length);
+                     run.length, linesAhead(area, run.start + t));
 }
 
 template <unsigned Channels, class Line>

@@ -70,16 +70,29 @@ class LargeMean
     {
         if (isFlat(block))
             return ofFlat(*block.first);
-        double sum = 0.0;
-        for (uint32_t j = 0; j < block.lines; ++j) {
-            const uint8_t* pixel = block.line(j);
-            for (uint32_t i = 0; i < block.columns; ++i)
-                sum += shares_[pixel[size_t{i} * block.channels]];
-        }
-        return static_cast<uint8_t>(sum);
+        uint8_t mean;
+        ofBlocks<1>(block, &block.first, [&](unsigned, uint8_t value) { mean = value; });
+        return mean;
     }
 
-  private:
+    // The same of N blocks of one shape, each starting at a pixel of its own: calls put(k, mean) for each. The sums are
+    // taken side by side, since every addition has to wait for the one before.
+    template <unsigned N, class Put>
+    void ofBlocks(const ByteBlock& shape, const uint8_t* const* firsts, Put put) const noexcept
+    {
+        double sums[N] = {};
+        for (uint32_t j = 0; j < shape.lines; ++j) {
+            const ptrdiff_t line = static_cast<ptrdiff_t>(j) * shape.lineStep;
+            for (uint32_t i = 0; i < shape.columns; ++i) {
+                const ptrdiff_t pixel = line + static_cast<ptrdiff_t>(size_t{i} * shape.channels);
+                for (unsigned k = 0; k < N; ++k)
+                    sums[k] += shares_[firsts[k][pixel]];
+            }
+        }
+        for (unsigned k = 0; k < N; ++k)
+            put(k, static_cast<uint8_t>(sums[k]));
+    }
+
     static bool isFlat(const ByteBlock& block)
     {
         for (uint32_t j = 0; j < block.lines; ++j) {
@@ -92,6 +105,7 @@ class LargeMean
         return true;
     }
 
+  private:
     uint64_t pixels_ = 0;
     double shares_[256];
     bool known_[256] = {};
@@ -203,8 +217,7 @@ class BlockMeans
             rule.white[kind] = rule.marked[kind] ? largeMean(lines.length, width).ofFlat(255) : uint8_t{255};
         }
         const uint8_t* source = source_.at(first, lines.start);
-        kernels_.sumRows(source, source_.lineStep(), lines.length, sums_, columns.components);
-        if (kernels_.blockMeans(columns, rule, sums_, means, marks_))
+        if (kernels_.blockMeans(source, source_.lineStep(), lines.length, columns, rule, sums_, means, marks_))
             settleMarked(columns, lines, source, means);
     }
 
@@ -235,17 +248,51 @@ class BlockMeans
         return mark != nullptr ? static_cast<uint32_t>(static_cast<const uint8_t*>(mark) - marks_) : count;
     }
 
+    // Blocks of one width in doubt that wait for others.
+    struct Doubtful {
+        static constexpr unsigned most = 4;
+
+        const uint8_t* firsts[most];
+        uint32_t means[most];
+        unsigned count = 0;
+    };
+
     // Puts the running sum in the place of the means that are in doubt.
     void settleMarked(const BlockColumns& columns, Span lines, const uint8_t* source, uint8_t* means)
     {
+        Doubtful doubtful[2];
         const uint32_t count = columns.blocks * Channels;
         for (uint32_t k = nextMark(0, count); k < count; k = nextMark(k + 1, count)) {
             const uint32_t start = columns.starts[k / Channels];
             const uint32_t width = columns.starts[k / Channels + 1] - start;
-            means[k] = largeMean(lines.length, width)
-                           .ofBlock({source + size_t{start} * Channels + k % Channels, source_.lineStep(), Channels,
-                                     lines.length, width});
+            const ByteBlock block = {source + size_t{start} * Channels + k % Channels, source_.lineStep(), Channels,
+                                     lines.length, width};
+            if (LargeMean::isFlat(block)) {
+                means[k] = largeMean(lines.length, width).ofFlat(*block.first);
+                continue;
+            }
+            Doubtful& waiting = doubtful[width - columns.width];
+            waiting.firsts[waiting.count] = block.first;
+            waiting.means[waiting.count++] = k;
+            if (waiting.count == Doubtful::most)
+                settle(waiting, block, means);
         }
+        for (unsigned kind = 0; kind < 2; ++kind)
+            settle(doubtful[kind], {nullptr, source_.lineStep(), Channels, lines.length, columns.width + kind}, means);
+    }
+
+    void settle(Doubtful& doubtful, const ByteBlock& shape, uint8_t* means)
+    {
+        if (doubtful.count == 0)
+            return;
+        for (; doubtful.count < Doubtful::most; ++doubtful.count) {
+            doubtful.firsts[doubtful.count] = doubtful.firsts[0];
+            doubtful.means[doubtful.count] = doubtful.means[0];
+        }
+        largeMean(shape.lines, shape.columns)
+            .template ofBlocks<Doubtful::most>(shape, doubtful.firsts,
+                                               [&](unsigned k, uint8_t mean) { means[doubtful.means[k]] = mean; });
+        doubtful.count = 0;
     }
 
     uint8_t meanOf(const ByteBlock& block)
@@ -267,7 +314,7 @@ class BlockMeans
     const ResampleKernels& kernels_;
     const AreaView source_;
     LargeMean large_[2][2];
-    alignas(64) uint16_t sums_[BlockPlan<Channels>::componentLimit + 256];
+    alignas(64) uint16_t sums_[BlockPlan<Channels>::componentLimit + 32];
     alignas(64) uint8_t marks_[BlockPlan<Channels>::componentLimit + 64];
 };
 

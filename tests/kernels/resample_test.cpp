@@ -91,24 +91,7 @@ TEST(ResampleKernels, PickNibbles)
     }
 }
 
-TEST(ResampleKernels, SumRows)
-{
-    forEachLevel([](const lx::Kernels& portable, const lx::Kernels& kernels) {
-        Random random(2);
-        for (size_t columns = 1; columns < 300; ++columns) {
-            const unsigned rows = random.chance(90) ? random.between(1, 9) : 257;
-            const auto source = noise(random, columns * rows);
-            std::vector<uint16_t> expected(columns);
-            std::vector<uint16_t> actual(columns);
-            const auto step = static_cast<ptrdiff_t>(columns);
-            portable.resample->sumRows(source.data() + (rows - 1) * columns, -step, rows, expected.data(), columns);
-            kernels.resample->sumRows(source.data() + (rows - 1) * columns, -step, rows, actual.data(), columns);
-            ASSERT_EQ(expected, actual);
-        }
-    });
-}
-
-// Blocks of random widths, and the sums of their columns.
+// Blocks of random widths, and the rows they are in, from the last one in memory to the first.
 struct BlockSample {
     lx::BlockColumns columns;
     lx::BlockRule rule;
@@ -116,13 +99,14 @@ struct BlockSample {
     std::vector<uint64_t> begins;
     std::vector<uint64_t> wide;
     std::vector<uint64_t> wideMeans;
-    std::vector<uint16_t> sums;
+    unsigned rows;
+    std::vector<uint8_t> source;
 
     explicit BlockSample(Random& random)
     {
         const unsigned channels = random.chance(50) ? 1 : 3;
         const uint32_t width = random.between(1, 12);
-        const uint32_t lines = random.chance(80) ? random.between(1, 9) : random.between(10, 257);
+        rows = random.chance(80) ? random.between(1, 9) : random.between(10, 257);
         const uint32_t blocks = random.between(1, 200);
         begins.resize(blocks * (width + 1) * channels / 64 + 2);
         wide.resize(begins.size());
@@ -140,11 +124,21 @@ struct BlockSample {
         }
         const uint32_t components = starts.back() * channels;
         const bool flat = random.chance(20);
-        for (uint32_t i = 0; i < components + 256; ++i)
-            sums.push_back(
-                static_cast<uint16_t>(random.chance(flat ? 95 : 20) ? 255 * lines : random.below(255 * lines + 1)));
+        source = noise(random, size_t{rows} * components);
+        for (uint32_t i = 0; i < components; ++i) {
+            for (unsigned r = 0, isFull = random.chance(flat ? 95 : 20) ? 1 : 0; r < rows * isFull; ++r)
+                source[size_t{r} * components + i] = 255;
+        }
         columns = {channels, width, blocks, components, starts.data(), begins.data(), wide.data(), wideMeans.data()};
-        rule = {{lines * width, lines * (width + 1)}, {random.chance(50), random.chance(50)}, {255, 254}};
+        rule = {{rows * width, rows * (width + 1)}, {random.chance(50), random.chance(50)}, {255, 254}};
+    }
+
+    bool make(const lx::Kernels& kernels, std::vector<uint8_t>& means, std::vector<uint8_t>& marks) const
+    {
+        const size_t last = size_t{rows - 1} * columns.components;
+        std::vector<uint16_t> sums(columns.components + 32);
+        return kernels.resample->blockMeans(source.data() + last, -static_cast<ptrdiff_t>(columns.components), rows,
+                                            columns, rule, sums.data(), means.data(), marks.data());
     }
 };
 
@@ -153,17 +147,14 @@ TEST(ResampleKernels, BlockMeans)
     forEachLevel([](const lx::Kernels& portable, const lx::Kernels& kernels) {
         Random random(3);
         for (int round = 0; round < 3000; ++round) {
-            BlockSample sample(random);
-            std::vector<uint16_t> sums = sample.sums;
+            const BlockSample sample(random);
             const size_t count = sample.columns.blocks * sample.columns.channels;
             std::vector<uint8_t> expected(count);
             std::vector<uint8_t> actual(count);
             std::vector<uint8_t> expectedMarks(count + 64);
             std::vector<uint8_t> actualMarks(count + 64);
-            const bool any = portable.resample->blockMeans(sample.columns, sample.rule, sums.data(), expected.data(),
-                                                           expectedMarks.data());
-            EXPECT_EQ(any, kernels.resample->blockMeans(sample.columns, sample.rule, sample.sums.data(), actual.data(),
-                                                        actualMarks.data()));
+            const bool any = sample.make(portable, expected, expectedMarks);
+            EXPECT_EQ(any, sample.make(kernels, actual, actualMarks));
             ASSERT_EQ(expected, actual);
             if (any) {
                 ASSERT_EQ(std::memcmp(expectedMarks.data(), actualMarks.data(), count), 0);
@@ -172,16 +163,22 @@ TEST(ResampleKernels, BlockMeans)
     });
 }
 
-// All pairs of levels, to be taken in one call.
+// All pairs of levels, to be taken in one call: apart, and side by side with groups of half of the lanes.
 struct LevelPairs {
     std::vector<uint8_t> from = std::vector<uint8_t>(65536);
     std::vector<uint8_t> to = std::vector<uint8_t>(65536);
+    std::vector<uint8_t> pixels = std::vector<uint8_t>(131072);
+    std::vector<lx::PickGroup> groups = std::vector<lx::PickGroup>(2048);
 
     LevelPairs()
     {
         for (unsigned k = 0; k < 65536; ++k) {
-            from[k] = static_cast<uint8_t>(k >> 8);
-            to[k] = static_cast<uint8_t>(k);
+            from[k] = pixels[2 * k] = static_cast<uint8_t>(k >> 8);
+            to[k] = pixels[2 * k + 1] = static_cast<uint8_t>(k);
+            lx::PickGroup& group = groups[k / 32];
+            group.base = k / 32 * 64;
+            group.count = 32;
+            group.last = group.offsets[k % 32] = static_cast<uint8_t>(k % 32 * 2);
         }
     }
 };
@@ -208,13 +205,17 @@ TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
             for (size_t k = 0; k < levels.count; ++k) {
                 SCOPED_TRACE(levels.tables[k]->level);
                 const lx::EnlargeKernels& kernels = *levels.tables[k]->enlarge;
-                kernels.ramp(pairs.from.data(), pairs.to.data(), actual.data(), 65536, t, length);
+                kernels.ramp(pairs.from.data(), pairs.to.data(), actual.data(), 65536, t, length, 0);
                 ASSERT_EQ(expected, actual) << t << " of " << length;
-                kernels.rampEach(pairs.from.data(), pairs.to.data(), each.data(), 65536, narrow.data(), length);
+                const auto rampEach = [&](const std::vector<uint8_t>& times, uint32_t shorter) {
+                    kernels.rampPicked(pairs.pixels.data(), 0, 1, each.data(), pairs.groups.data(), pairs.groups.size(),
+                                       times.data(), shorter, 0);
+                };
+                rampEach(narrow, length);
                 ASSERT_EQ(expected, each) << t << " of " << length;
                 if (length == 1)
                     continue;
-                kernels.rampEach(pairs.from.data(), pairs.to.data(), each.data(), 65536, wide.data(), length - 1);
+                rampEach(wide, length - 1);
                 ASSERT_EQ(expected, each) << t << " of " << length << ", longer";
             }
         }
