@@ -494,7 +494,7 @@ LX_API int8_t lxImageTypeConvertTo16MRGB(const ColorPalette* palette, const Imag
  *
  *  Each of red, green and blue takes the rule of lxImageTypeConvertToGrayscaleFromBW, its bit of the index being the
  *  pixel, but without the 0.5: levels are truncated, where those of bilevel images are rounded. The difference is
- *  deliberate. The time taken does not depend on N.
+ *  deliberate. Every N above 15 takes the same time, and smaller ones take less.
  *
  *  @param windowSize   N, at least 1.
  *  @param source       IMAGE_TYPE_8RGB.

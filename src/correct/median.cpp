@@ -74,13 +74,9 @@ void filterBytes(const Effort& effort, const AreaView& source, const AreaView& d
             std::memcpy(out + k * bytes, filtered + k * bytes, bytes);
     };
     runPasses(effort, walk.inPlace(), walk.height(), callback, [&](uint32_t j) -> uint32_t {
-        if (effort.step == 1 && walk.hasFour(j)) {
-            walk.fourLines(j, four);
-            return 4;
-        }
         if (effort.step == 1)
-            walk.line(j, all);
-        else if (effort.next(j) == j)
+            return walk.lines(j, all, four);
+        if (effort.next(j) == j)
             walk.line(j, some);
         else
             walk.line(j, none);

@@ -64,6 +64,13 @@ class AreaView
     // Bytes from a line to the next one.
     ptrdiff_t lineStep() const { return step_ == 1 ? ptrdiff_t{pitch_} : -ptrdiff_t{pitch_}; }
 
+    // Whether lines of `width` pixels are whole bytes of nothing else, one line after the other.
+    bool isBlock(uint32_t width) const
+    {
+        const size_t lineBits = size_t{width} * bits_;
+        return phase() == 0 && lineBits % 8 == 0 && lineStep() == static_cast<ptrdiff_t>(lineBits / 8);
+    }
+
   private:
     uint8_t* buffer_;
     uint32_t pitch_;

@@ -102,11 +102,8 @@ inline void copyLines(const AreaView& source, const AreaView& destination, Progr
     const BitKernels& bits = *kernels().bits;
     const Overlap overlap(source, destination);
     const size_t lineBits = size_t{overlap.width} * source.bits();
-    const auto isBlock = [&](const AreaView& area) {
-        return area.phase() == 0 && lineBits % 8 == 0 && area.lineStep() == static_cast<ptrdiff_t>(lineBits / 8);
-    };
     // Lines without gaps between them are copied some at a time: short ones are not worth a copy each.
-    const uint32_t most = isBlock(source) && isBlock(destination) ? 32 : 1;
+    const uint32_t most = source.isBlock(overlap.width) && destination.isBlock(overlap.width) ? 32 : 1;
     Progress progress(callback);
     for (uint32_t j = 0; j < overlap.height;) {
         const uint32_t n = std::min(most, overlap.height - j);

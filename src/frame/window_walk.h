@@ -84,6 +84,19 @@ class WindowWalk
         place(last, out + size_t{width - 1} * bytes, 1);
     }
 
+    // Works on four lines from line j on where that can be, or on one. Returns how many.
+    template <class Window, class Four>
+    uint32_t lines(uint32_t j, Window window, Four four) noexcept
+    {
+        if (hasFour(j)) {
+            fourLines(j, four);
+            return 4;
+        }
+        line(j, window);
+        return 1;
+    }
+
+  private:
     // Whether the lines from j on can be worked on four at a time: they and their results lie as the operation wants
     // them, and none is changed before its neighbours are done.
     bool hasFour(uint32_t j) const { return !inPlace_ && !swaps_ && overlap_.width > 2 && overlap_.height - j >= 4; }
@@ -106,7 +119,6 @@ class WindowWalk
         four(rows, outs, overlap_.width - 2);
     }
 
-  private:
     // Both edge pixels of the four lines at once, each in the middle of three pixels of a small picture.
     template <class Four>
     void fourEdges(const uint8_t* const* rows, uint8_t* const* outs, Four four)
@@ -207,7 +219,7 @@ class WindowWalk
     uint8_t edgeResults_[4][edgePixels * bytes];
 };
 
-// Whole areas, with the common progress rule: four lines at a time where that can be.
+// Whole areas, with the common progress rule.
 template <unsigned bytes, class Window, class Four>
 void mapWindows(const AreaView& source, const AreaView& destination, ProgressCallback callback, Window window,
                 Four four)
@@ -215,13 +227,8 @@ void mapWindows(const AreaView& source, const AreaView& destination, ProgressCal
     WindowWalk<bytes> walk(source, destination);
     Progress progress(callback);
     for (uint32_t j = 0; j < walk.height();) {
-        const bool hasFour = walk.hasFour(j);
-        if (hasFour)
-            walk.fourLines(j, four);
-        else
-            walk.line(j, window);
-        for (unsigned k = hasFour ? 4 : 1; k != 0; --k)
-            progress.lineDone(j++, walk.height());
+        for (const uint32_t end = j + walk.lines(j, window, four); j < end; ++j)
+            progress.lineDone(j, walk.height());
     }
 }
 

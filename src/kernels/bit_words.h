@@ -21,6 +21,12 @@ namespace lx::LX_LEVEL
 namespace
 {
 
+// The bits of `owned` become those of `fresh`.
+inline void mergeByte(uint8_t* destination, unsigned fresh, unsigned owned)
+{
+    *destination = static_cast<uint8_t>((*destination & ~owned) | (fresh & owned));
+}
+
 // Calls make(source row, first destination row, length) for every run.
 template <class Make>
 inline void forEachRun(const RowRuns& rows, Make make)

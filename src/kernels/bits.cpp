@@ -67,11 +67,6 @@ unsigned fewBits(const uint8_t* source, unsigned phase, unsigned n)
     return (source[0] * 256U | second) << phase >> 8 & 0xFF;
 }
 
-void mergeByte(uint8_t* destination, unsigned fresh, unsigned owned)
-{
-    *destination = static_cast<uint8_t>((*destination & ~owned) | (fresh & owned));
-}
-
 // destination[k] = the eight bits from place `phase` (1 to 7) of source[k] on, for k < bytes.
 void shiftBits(const uint8_t* LX_RESTRICT source, unsigned phase, uint8_t* LX_RESTRICT destination, size_t bytes)
 {

@@ -147,6 +147,18 @@ void matrix(const MatrixFactors& factors, uint8_t* row, size_t pixels, bool blue
 
 #endif
 
+// Line by line: apply(sums, rows, line).
+template <unsigned n, class Apply>
+void sharpenLines(const SplitFactors<n>& factors, const NeighbourRows& rows, Apply apply)
+{
+    for (unsigned line = 0; line < rows.lines; ++line) {
+        if (factors.isSplit)
+            apply(InSingle<n>{factors}, rows, line);
+        else
+            apply(InDouble<n>{factors}, rows, line);
+    }
+}
+
 void sharpenSeparated(const SharpenFactors<4>& factors, const NeighbourRows& rows)
 {
 #if defined(LX_LEVEL_v4)
@@ -155,12 +167,7 @@ void sharpenSeparated(const SharpenFactors<4>& factors, const NeighbourRows& row
         return;
     }
 #endif
-    for (unsigned line = 0; line < rows.lines; ++line) {
-        if (factors.exact.isSplit)
-            applySeparated(InSingle<4>{factors.exact}, rows, line);
-        else
-            applySeparated(InDouble<4>{factors.exact}, rows, line);
-    }
+    sharpenLines(factors.exact, rows, [](const auto&... all) { applySeparated(all...); });
 }
 
 void sharpenCross(const SharpenFactors<3>& factors, const NeighbourRows& rows)
@@ -171,12 +178,7 @@ void sharpenCross(const SharpenFactors<3>& factors, const NeighbourRows& rows)
         return;
     }
 #endif
-    for (unsigned line = 0; line < rows.lines; ++line) {
-        if (factors.exact.isSplit)
-            applyCross(InSingle<3>{factors.exact}, rows, line);
-        else
-            applyCross(InDouble<3>{factors.exact}, rows, line);
-    }
+    sharpenLines(factors.exact, rows, [](const auto&... all) { applyCross(all...); });
 }
 
 } // namespace

@@ -17,6 +17,7 @@
 // adding +0 changes no sum of an entry that is ever read. What belongs into the outermost entries, which only collect,
 // is added as lines come to their ends, one after the other.
 
+#include "kernels/bit_words.h"
 #include "kernels/diffusion_lanes.h"
 #include "kernels/diffusion_schedule.h"
 #include "kernels/kernel_tables.h"
@@ -278,11 +279,6 @@ void run(const Schedule& schedule, Wave<Stride> (&waves)[Chains], int64_t delay,
     }
 }
 
-void writeBits(uint8_t* destination, uint8_t fresh, unsigned owned)
-{
-    *destination = static_cast<uint8_t>((*destination & ~owned) | (fresh & owned));
-}
-
 // Behind a chain, the next one finds in the carry row what the last lane has finished.
 constexpr int64_t chainDelay = Lanes::count + 1;
 
@@ -302,7 +298,7 @@ void diffuseRounds(const Schedule& schedule, Wave<1> (&waves)[Chains])
             for (int l = 0; l < Lanes::count; ++l) {
                 const Place place = schedule.behind(places[c], l);
                 if (const unsigned owned = schedule.pixelsAt(place); owned != 0)
-                    writeBits(waves[c].linesOf(place.round)[l] + place.column, fresh(l), owned);
+                    mergeByte(waves[c].linesOf(place.round)[l] + place.column, fresh(l), owned);
             }
         }
     });
@@ -356,7 +352,7 @@ void diffuseColor(const DiffusionLines& lines, bool blueFirst)
             for (int k = 0; k < 4; ++k) {
                 const unsigned mask = owned >> (24 - 8 * k) & 0xFF;
                 if (mask != 0)
-                    writeBits(bytes + k, static_cast<uint8_t>(fresh >> (24 - 8 * k)), mask);
+                    mergeByte(bytes + k, fresh >> (24 - 8 * k), mask);
             }
         }
     });

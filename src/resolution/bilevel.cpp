@@ -31,15 +31,6 @@ struct MostlyWhite {
     }
 };
 
-// Whether the lines of both areas are whole bytes of nothing else, one line after the other.
-bool areOneBlock(const AreaView& source, const AreaView& destination)
-{
-    const auto isBlock = [](const AreaView& area) {
-        return area.phase() == 0 && area.width() % 8 == 0 && area.lineStep() == ptrdiff_t{area.width() / 8};
-    };
-    return isBlock(source) && isBlock(destination);
-}
-
 // Areas of one size that are blocks, some lines at a time: short lines are not worth a copy each.
 void copyBlock(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
@@ -124,7 +115,8 @@ int8_t ScaleBilevelBySampling(const ImageArea* source, const ImageArea* destinat
         return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView from(*source);
     const AreaView to(*destination);
-    if (from.width() == to.width() && from.height() == to.height() && areOneBlock(from, to))
+    const bool sameSize = from.width() == to.width() && from.height() == to.height();
+    if (sameSize && from.isBlock(from.width()) && to.isBlock(to.width()))
         copyBlock(from, to, progress);
     else if (from.width() > to.width())
         scaleBySampling<BlockWalker<float>>(from, to, progress);

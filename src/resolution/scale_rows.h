@@ -157,17 +157,26 @@ void enlargeRows(const RunWalker& runs, PassShares shares, ProgressCallback call
     }
 }
 
-// All four geometric cases of a worker.
-template <class MakeLine, class FillRun>
-void scaleRows(const AreaView& source, const AreaView& destination, PassShares shares, ProgressCallback callback,
-               MakeLine makeLine, FillRun fillRun)
+// Reduces lines, or calls `enlarge(runs)` to enlarge them.
+template <class MakeLine, class Enlarge>
+void reduceOrEnlarge(const AreaView& source, const AreaView& destination, ProgressCallback callback, MakeLine makeLine,
+                     Enlarge enlarge)
 {
     if (source.height() > destination.height()) {
         const BlockWalker<float> blocks(source.height(), destination.height());
         reduceRows(blocks, destination.height(), callback, makeLine);
     } else {
-        enlargeRows(RunWalker(source.height(), destination.height()), shares, callback, makeLine, fillRun);
+        enlarge(RunWalker(source.height(), destination.height()));
     }
+}
+
+// All four geometric cases of a worker.
+template <class MakeLine, class FillRun>
+void scaleRows(const AreaView& source, const AreaView& destination, PassShares shares, ProgressCallback callback,
+               MakeLine makeLine, FillRun fillRun)
+{
+    reduceOrEnlarge(source, destination, callback, makeLine,
+                    [&](const RunWalker& runs) { enlargeRows(runs, shares, callback, makeLine, fillRun); });
 }
 
 // The same, the lines of some runs being made together.
@@ -175,12 +184,8 @@ template <class MakeLine, class MakeRuns>
 void scaleRowsByRuns(const AreaView& source, const AreaView& destination, PassShares shares, ProgressCallback callback,
                      MakeLine makeLine, MakeRuns makeRuns)
 {
-    if (source.height() > destination.height()) {
-        const BlockWalker<float> blocks(source.height(), destination.height());
-        reduceRows(blocks, destination.height(), callback, makeLine);
-    } else {
-        repeatRowsTogether(RunWalker(source.height(), destination.height()), shares, callback, makeRuns);
-    }
+    reduceOrEnlarge(source, destination, callback, makeLine,
+                    [&](const RunWalker& runs) { repeatRowsTogether(runs, shares, callback, makeRuns); });
 }
 
 inline void seedDraws() noexcept
