@@ -73,6 +73,8 @@ void addBilevelScaling(Operations& operations)
 
     addEnlargement(operations, "bilevel sampling to 600 dpi", pageAt(600), resize(sampling));
     addEnlargement(operations, "bilevel sampling to 400 dpi", pageAt(400), resize(sampling));
+    addEnlargement(operations, "bilevel sampling to 450 dpi", pageAt(450), resize(sampling));
+    addEnlargement(operations, "bilevel sampling to 330 dpi", pageAt(330), resize(sampling));
     addEnlargement(operations, "majority to 600 dpi", pageAt(600), resize(majority));
     addEnlargement(operations, "bilevel to gray at 600 dpi", pageAt(600, IMAGE_TYPE_256GRAY), toGray(1));
 }

@@ -166,11 +166,10 @@ void arrangeBlocks(BitBlockTable& table)
 
 void arrangePicks(BitBlockTable& table)
 {
-    table.stretched = canStretch(table);
-    if (!table.stretched)
+    table.stretched = howToStretch(table);
+    if (table.stretched == StretchedPicks::none)
         return arrange<ForPicks>(table, 1);
-    for (uint32_t first = 0; first < table.count; first += Stretch::picks)
-        makeStretch(table, first);
+    makeStretches(table);
 }
 
 // The bytes of 64 blocks, each group of eight from its first bit on.
@@ -347,10 +346,8 @@ void flag(const BitBlockTable& table, const uint8_t* row, ptrdiff_t stride, uint
 void pick(const BitBlockTable& table, const uint8_t* row, uint8_t* LX_RESTRICT destination)
 {
 #if defined(LX_LEVEL_v4)
-    if (table.stretched) {
-        const uint32_t once = 1;
-        return pickStretched(table, {row, 0, destination, 0, &once, 1});
-    }
+    if (table.stretched != StretchedPicks::none)
+        return pickStretched(table, row, destination);
     if (table.gathered)
         return pickGathered(table, row, destination);
 #endif
@@ -367,8 +364,8 @@ void pick(const BitBlockTable& table, const uint8_t* row, uint8_t* LX_RESTRICT d
 void pickRuns(const BitBlockTable& table, const RowRuns& rows)
 {
 #if defined(LX_LEVEL_v4)
-    if (table.stretched)
-        return pickStretched(table, rows);
+    if (table.stretched != StretchedPicks::none)
+        return pickRunsStretched(table, rows);
 #endif
     const uint32_t bytes = table.count / 8;
     const unsigned others = 0xFFU >> table.count % 8;

@@ -12,19 +12,26 @@
 namespace lx
 {
 
+// How the sources of picks lie that skip no bit, for levels with a form for them.
+enum class StretchedPicks : uint8_t {
+    none,         // bits are skipped
+    inEightBytes, // every 64 of them
+    inNineBytes   // some, because the bits do not start at a byte's begin
+};
+
 // Bits are numbered from the most significant bit of the row's first byte.
 struct BitBlockTable {
     static constexpr uint32_t gatherLimit = 7; // longest step between blocks that may be gathered
     static constexpr uint8_t longBias = 128;
     static constexpr uint32_t most = 127; // bits that a block of all lines may have to be counted in a byte
 
-    uint32_t count;      // blocks
-    uint32_t length;     // bits of a block in one row; one more where `bias` is longBias
-    uint32_t lastLength; // of the last block, which may be cut
-    unsigned phase;      // added to every start: 0 to 7
-    uint32_t bytes;      // of a row, up to the last one that holds a bit of a block
-    bool gathered;       // `starts` are in the form of the level
-    bool stretched;      // or in another, for picks alone
+    uint32_t count;           // blocks
+    uint32_t length;          // bits of a block in one row; one more where `bias` is longBias
+    uint32_t lastLength;      // of the last block, which may be cut
+    unsigned phase;           // added to every start: 0 to 7
+    uint32_t bytes;           // of a row, up to the last one that holds a bit of a block
+    bool gathered;            // `starts` are in the form of the level
+    StretchedPicks stretched; // or in another, for picks alone
     // Both are in memory aligned to 64 bytes, and padded to a multiple of 64 entries, of picks 512.
     uint8_t* bias;    // 0 or longBias
     uint32_t* starts; // rising, less `phase`; the level's places once the table is gathered

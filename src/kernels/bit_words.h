@@ -50,6 +50,13 @@ inline __m512i timesMatrix(__m512i x, __m512i matrix)
     return product;
 }
 
+// The same for some bytes; the others are those of `otherwise`.
+inline __m512i timesMatrix(__m512i otherwise, __mmask64 some, __m512i x, __m512i matrix)
+{
+    __asm__("vgf2p8affineqb $0, %3, %2, %0 %{%1%}" : "+v"(otherwise) : "Yk"(some), "v"(x), "v"(matrix));
+    return otherwise;
+}
+
 inline __m128i timesMatrix(__m128i x, __m128i matrix)
 {
     __m128i product;

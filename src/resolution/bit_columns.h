@@ -75,7 +75,7 @@ class BitColumns
     {
         table_.length = walker.shortest();
         table_.gathered = false;
-        table_.stretched = false;
+        table_.stretched = StretchedPicks::none;
         narrow_ = walker.longest() <= BitBlockTable::gatherLimit &&
                   uint64_t{walker.longest()} * lines_ <= BitBlockTable::most;
         Span last = {0, 0};

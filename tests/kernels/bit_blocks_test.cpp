@@ -23,27 +23,30 @@ struct Sample {
     uint32_t lines;
     GuardedArray<uint8_t> rows;
 
-    // `shortest` is the length of blocks, some of them one longer; they follow one another, or repeat as the columns
-    // of an enlarged axis do.
-    Sample(Random& random, uint32_t shortest, bool repeats) : lines(random.between(1, 9)), rows(size_t{1} << 20)
+    // `shortest` is the length of blocks, some of them one longer; they follow one another, or repeat, often or seldom,
+    // as the columns of an enlarged axis do.
+    Sample(Random& random, uint32_t shortest, bool repeats, uint32_t rowCount) : lines(rowCount), rows(size_t{1} << 20)
     {
         table.bias = bias;
         table.starts = starts;
         table.count = random.between(1, repeats ? 2048 : 512);
         table.length = repeats ? 1 : shortest;
         table.phase = random.below(8);
+        const uint32_t again = 50 >> random.below(6); // percent
         uint32_t start = 0;
         for (uint32_t i = 0; i < table.count; ++i) {
             const bool longer = !repeats && shortest < lx::BitBlockTable::gatherLimit && random.chance(40);
             starts[i] = start;
             bias[i] = longer ? lx::BitBlockTable::longBias : uint8_t{0};
             table.lastLength = random.between(1, table.length + (longer ? 1 : 0));
-            start += repeats ? random.below(2) : table.length + (longer ? 1 : 0);
+            start += repeats ? (random.chance(again) ? 0 : 1) : table.length + (longer ? 1 : 0);
         }
         table.bytes = (table.phase + starts[table.count - 1] + table.lastLength + 7) / 8;
         const size_t used = lines * (size_t{table.bytes} + 5);
         random.fill(rows.end() - used, used);
     }
+
+    Sample(Random& random, uint32_t shortest, bool repeats) : Sample(random, shortest, repeats, random.between(1, 9)) {}
 
     const uint8_t* last() const { return rows.end() - table.bytes; }
     ptrdiff_t stride() const { return -ptrdiff_t{5} - table.bytes; }
@@ -132,9 +135,9 @@ TEST_P(BitBlockLevels, PickAlike)
 
 // Rows that end at inaccessible pages, and become runs of lines from the last one up.
 struct Runs {
-    static constexpr uint32_t lengths[] = {2, 0, 1, 5};
-    static constexpr uint32_t count = 4;
-    static constexpr uint32_t lineCount = 8;
+    static constexpr uint32_t lengths[] = {2, 0, 1, 5, 1, 1, 2, 1, 1, 2, 1, 1, 2, 1, 1, 2, 1, 1};
+    static constexpr uint32_t count = std::size(lengths);
+    static constexpr uint32_t lineCount = 26;
 
     size_t bytes;
     GuardedArray<uint8_t> lines;
@@ -164,8 +167,7 @@ struct Runs {
 TEST_P(BitBlockLevels, PickRuns)
 {
     for (int k = 0; k < 1000; ++k) {
-        Sample sample(random, random.between(1, lx::BitBlockTable::gatherLimit), random.chance(70));
-        sample.lines = Runs::count;
+        Sample sample(random, random.between(1, lx::BitBlockTable::gatherLimit), random.chance(70), Runs::count);
         const uint8_t* const source = sample.last() + (Runs::count - 1) * sample.stride();
         const size_t bytes = (sample.table.count + 7) / 8;
         const auto others = static_cast<uint8_t>(sample.table.count % 8 != 0 ? 0xFF >> sample.table.count % 8 : 0);
