@@ -221,10 +221,17 @@ void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destin
         destination += group->count;
     }
 }
+void smooth(const uint8_t* LX_RESTRICT before, const uint8_t* LX_RESTRICT level, const uint8_t* LX_RESTRICT after,
+            uint8_t* LX_RESTRICT destination, size_t n)
+{
+    for (size_t i = 0; i < n; ++i)
+        destination[i] = static_cast<uint8_t>((before[i] + 6U * level[i] + after[i] + 4U) >> 3);
+}
+
 } // namespace
 
 constexpr ResampleKernels resampleKernels = {
-    blockMeans, addRow, joinRows, joinTwo, joinThree, joinColumns,
+    blockMeans, addRow, joinRows, joinTwo, joinThree, joinColumns, smooth,
 };
 
 } // namespace lx::LX_LEVEL

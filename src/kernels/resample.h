@@ -72,6 +72,9 @@ struct ResampleKernels {
     // 64 words more than the taps need.
     void (*joinColumns)(const uint16_t* source, uint8_t* destination, const TapGroup* groups, size_t count,
                         unsigned channels, uint32_t box);
+
+    // destination[i] = floor((before[i] + 6 level[i] + after[i] + 4) / 8).
+    void (*smooth)(const uint8_t* before, const uint8_t* level, const uint8_t* after, uint8_t* destination, size_t n);
 };
 
 } // namespace lx
