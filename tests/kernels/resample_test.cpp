@@ -208,8 +208,8 @@ TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
                 kernels.ramp(pairs.from.data(), pairs.to.data(), actual.data(), 65536, t, length, 0);
                 ASSERT_EQ(expected, actual) << t << " of " << length;
                 const auto rampEach = [&](const std::vector<uint8_t>& times, uint32_t shorter) {
-                    kernels.rampPicked(pairs.pixels.data(), 0, 1, each.data(), pairs.groups.data(), pairs.groups.size(),
-                                       times.data(), shorter, 0);
+                    kernels.rampPicked({pairs.pixels.data(), 0, pairs.pixels.size(), 1}, each.data(),
+                                       pairs.groups.data(), pairs.groups.size(), times.data(), shorter, 0);
                 };
                 rampEach(narrow, length);
                 ASSERT_EQ(expected, each) << t << " of " << length;
@@ -219,6 +219,88 @@ TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
                 ASSERT_EQ(expected, each) << t << " of " << length << ", longer";
             }
         }
+    }
+}
+
+uint8_t half(uint8_t from, uint8_t to)
+{
+    return rampByDefinition(from, to, 1, 2);
+}
+
+// Pixels of a row with runs of one and two, so many of a hundred being runs of two.
+struct HalvesSample {
+    uint32_t first;
+    unsigned channels;
+    size_t components;
+    std::vector<lx::PickGroup> groups;
+    std::vector<std::pair<size_t, size_t>> between = {}; // the two components that each one lies between
+
+    HalvesSample(Random& random, unsigned channelCount, uint32_t pixels, uint32_t twos)
+        : first(random.below(5)), channels(channelCount), components(size_t{pixels} * channels)
+    {
+        for (uint32_t pixel = 0; pixel < pixels; ++pixel) {
+            add(random, pixel, pixel, 0);
+            if (random.chance(twos))
+                add(random, pixel, pixel + 1 < pixels ? pixel + 1 : pixel, 64);
+        }
+    }
+
+    void add(Random& random, uint32_t pixel, uint32_t next, unsigned mark)
+    {
+        if (groups.empty() || groups.back().count + channels > lx::PickGroup::lanes || random.below(50) == 0) {
+            groups.emplace_back();
+            groups.back().base = first + pixel * channels;
+        }
+        lx::PickGroup& group = groups.back();
+        for (unsigned c = 0; c < channels; ++c) {
+            group.last = static_cast<uint8_t>(first + pixel * channels + c - group.base);
+            group.offsets[group.count++] = static_cast<uint8_t>(group.last + mark);
+            between.emplace_back(pixel * channels + c, next * channels + c);
+        }
+    }
+
+    // Makes them of two rows at every level.
+    void check(const uint8_t* top, const uint8_t* bottom) const
+    {
+        std::vector<uint8_t> expected;
+        for (const auto& [own, next] : between)
+            expected.push_back(half(half(top[own], top[next]), half(bottom[own], bottom[next])));
+        const lx::KernelLevels levels = lx::runnableKernels();
+        for (size_t k = 0; k < levels.count; ++k) {
+            std::vector<uint8_t> actual(expected.size());
+            levels.tables[k]->enlarge->rampHalves({top, first, components, channels}, bottom, actual.data(),
+                                                  groups.data(), groups.size());
+            ASSERT_EQ(expected, actual) << levels.tables[k]->level;
+        }
+    }
+};
+
+TEST(ResampleKernels, HalvesFollowTheRuleForAllLevels)
+{
+    Random random(9);
+    const LevelPairs pairs;
+    const std::vector<uint8_t> copy = pairs.pixels;
+    // All pairs one above the other as well, in two pixels each.
+    std::vector<uint8_t> from(131072);
+    std::vector<uint8_t> to(131072);
+    for (size_t k = 0; k < from.size(); ++k) {
+        from[k] = pairs.from[k / 2];
+        to[k] = pairs.to[k / 2];
+    }
+    const HalvesSample sample(random, 1, 131072, 100);
+    sample.check(pairs.pixels.data(), pairs.pixels.data());
+    sample.check(pairs.pixels.data(), copy.data());
+    sample.check(from.data(), to.data());
+}
+
+TEST(ResampleKernels, HalvesOfAnyRow)
+{
+    Random random(10);
+    for (int round = 0; round < 2000; ++round) {
+        const HalvesSample sample(random, random.chance(50) ? 1 : 3, random.between(1, 300), random.below(101));
+        const auto top = noise(random, sample.components);
+        sample.check(top.data(), top.data());
+        sample.check(top.data(), noise(random, sample.components).data());
     }
 }
 
