@@ -53,6 +53,10 @@ struct ResampleKernels {
     bool (*blockMeans)(const uint8_t* source, ptrdiff_t step, unsigned rows, const BlockColumns& columns,
                        const BlockRule& rule, uint16_t* sums, uint8_t* destination, uint8_t* marks);
 
+    // The same of columns that have been summed already. All of `sums` is used up.
+    bool (*meansOfSums)(uint16_t* sums, const BlockColumns& columns, const BlockRule& rule, uint8_t* destination,
+                        uint8_t* marks);
+
     // sums[i] += source[i].
     void (*addRow)(const uint8_t* source, uint32_t* sums, size_t components);
 

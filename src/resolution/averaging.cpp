@@ -42,7 +42,7 @@ class ColumnMeans
             BlockColumns columns = plan_.columns;
             columns.blocks = pixels;
             columns.components = pixels * Channels;
-            means_.make(columns, first, lines, means);
+            means_.make(columns, first, lines, false, means);
         } else {
             for (uint32_t i = 0; i < pixels; ++i)
                 means_.makeOne({first + i, 1}, lines, means + size_t{i} * Channels);

@@ -33,21 +33,27 @@ std::vector<uint8_t> noise(Random& random, size_t count)
     return bytes;
 }
 
+// A group of 1 to 64 components; steps from one to the next are at most `step`.
+lx::PickGroup randomGroup(Random& random, uint32_t base, uint32_t step)
+{
+    lx::PickGroup group = {};
+    group.base = base;
+    group.count = static_cast<uint8_t>(random.between(1, 64));
+    uint32_t offset = 0;
+    for (unsigned k = 0; k < group.count; ++k) {
+        group.last = group.offsets[k] = static_cast<uint8_t>(offset);
+        offset = std::min(offset + random.below(step + 1), 255U);
+    }
+    return group;
+}
+
 TEST(ResampleKernels, PickGroupsOfEverySpan)
 {
     forEachLevel([](const lx::Kernels& portable, const lx::Kernels& kernels) {
         Random random(1);
         for (int round = 0; round < 2000; ++round) {
-            lx::PickGroup group = {};
             const uint32_t first = random.below(5);
-            group.base = first + random.below(5);
-            group.count = static_cast<uint8_t>(random.between(1, 64));
-            const uint32_t step = random.below(6);
-            uint32_t offset = 0;
-            for (unsigned k = 0; k < group.count; ++k) {
-                group.last = group.offsets[k] = static_cast<uint8_t>(offset);
-                offset = std::min(offset + random.below(step + 1), 255U);
-            }
+            const lx::PickGroup group = randomGroup(random, first + random.below(5), random.below(6));
             const auto source = noise(random, size_t{group.base} - first + group.last + 1);
             std::vector<uint8_t> expected(group.count);
             std::vector<uint8_t> actual(group.count);
@@ -56,6 +62,46 @@ TEST(ResampleKernels, PickGroupsOfEverySpan)
             ASSERT_EQ(expected, actual);
         }
     });
+}
+
+// Every row by itself, and added up. Rows end where their memory does, and those picked lie upwards one after the
+// other.
+TEST(ResampleKernels, PickSums)
+{
+    Random random(8);
+    const lx::KernelLevels levels = lx::runnableKernels();
+    for (int round = 0; round < 1000; ++round) {
+        std::vector<lx::PickGroup> groups;
+        size_t components = 0;
+        const uint32_t step = random.below(6);
+        for (uint32_t k = random.between(1, 5), base = 0; k > 0; --k, base += groups.back().last + random.below(3)) {
+            groups.push_back(randomGroup(random, base, step));
+            components += groups.back().count;
+        }
+        lx::PickRows rows = {};
+        rows.count = random.between(1, lx::PickRows::most);
+        rows.step = -static_cast<ptrdiff_t>(components);
+        std::vector<std::vector<uint8_t>> sources;
+        std::vector<uint8_t> expected(rows.count * components);
+        std::vector<uint16_t> sums(components);
+        for (unsigned r = 0; r < rows.count; ++r) {
+            sources.push_back(noise(random, size_t{groups.back().base} + groups.back().last + 1));
+            rows.sources[r] = sources[r].data();
+            uint8_t* row = expected.data() + (rows.count - 1 - r) * components;
+            levels.tables[0]->pick->pick(rows.sources[r], 0, 0, row, groups.data(), groups.size());
+            for (size_t i = 0; i < components; ++i)
+                sums[i] = static_cast<uint16_t>(sums[i] + row[i]);
+        }
+        for (size_t k = 0; k < levels.count; ++k) {
+            std::vector<uint8_t> actual(expected.size());
+            std::vector<uint16_t> actualSums(components + 64);
+            rows.destination = actual.data() + (rows.count - 1) * components;
+            levels.tables[k]->pick->pickSums(rows, groups.data(), groups.size(), actualSums.data());
+            actualSums.resize(components);
+            ASSERT_EQ(actual, expected) << levels.tables[k]->level;
+            ASSERT_EQ(actualSums, sums) << levels.tables[k]->level;
+        }
+    }
 }
 
 TEST(ResampleKernels, PickNibbles)
@@ -140,6 +186,14 @@ struct BlockSample {
         return kernels.resample->blockMeans(source.data() + last, -static_cast<ptrdiff_t>(columns.components), rows,
                                             columns, rule, sums.data(), means.data(), marks.data());
     }
+
+    bool makeOfSums(const lx::Kernels& kernels, std::vector<uint8_t>& means, std::vector<uint8_t>& marks) const
+    {
+        std::vector<uint16_t> sums(columns.components + 32);
+        for (size_t i = 0; i < source.size(); ++i)
+            sums[i % columns.components] = static_cast<uint16_t>(sums[i % columns.components] + source[i]);
+        return kernels.resample->meansOfSums(sums.data(), columns, rule, means.data(), marks.data());
+    }
 };
 
 TEST(ResampleKernels, BlockMeans)
@@ -154,10 +208,13 @@ TEST(ResampleKernels, BlockMeans)
             std::vector<uint8_t> expectedMarks(count + 64);
             std::vector<uint8_t> actualMarks(count + 64);
             const bool any = sample.make(portable, expected, expectedMarks);
-            EXPECT_EQ(any, sample.make(kernels, actual, actualMarks));
-            ASSERT_EQ(expected, actual);
-            if (any) {
-                ASSERT_EQ(std::memcmp(expectedMarks.data(), actualMarks.data(), count), 0);
+            for (const auto make : {&BlockSample::make, &BlockSample::makeOfSums}) {
+                EXPECT_EQ(any, (sample.*make)(kernels, actual, actualMarks));
+                ASSERT_EQ(expected, actual);
+                if (any) {
+                    ASSERT_EQ(std::memcmp(expectedMarks.data(), actualMarks.data(), count), 0);
+                }
+                std::fill(actual.begin(), actual.end(), uint8_t{7});
             }
         }
     });
