@@ -10,12 +10,6 @@ namespace lx::LX_LEVEL
 namespace
 {
 
-// (a + b) >> 1 of every byte.
-__m512i halfDown(__m512i a, __m512i b)
-{
-    return _mm512_sub_epi8(_mm512_avg_epu8(a, b), _mm512_and_si512(_mm512_xor_si512(a, b), _mm512_set1_epi8(1)));
-}
-
 // Up to 64 neighbouring components, and those of the next pixels.
 struct WidePixels {
     __m512i own;

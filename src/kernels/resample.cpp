@@ -228,11 +228,27 @@ void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destin
         destination += group->count;
     }
 }
+// With two halvings the sums stay in bytes: (before + after) / 2, half of that and the level, and of the level again,
+// rounding down, down and up, as floors of floors do.
 void smooth(const uint8_t* LX_RESTRICT before, const uint8_t* LX_RESTRICT level, const uint8_t* LX_RESTRICT after,
             uint8_t* LX_RESTRICT destination, size_t n)
 {
+#if defined(LX_LEVEL_v4)
+    const auto weigh = [](__m512i left, __m512i own, __m512i right) {
+        return _mm512_avg_epu8(own, halfDown(halfDown(left, right), own));
+    };
+    size_t i = 0;
+    for (; i + 64 <= n; i += 64)
+        _mm512_storeu_si512(destination + i, weigh(_mm512_loadu_si512(before + i), _mm512_loadu_si512(level + i),
+                                                   _mm512_loadu_si512(after + i)));
+    const __mmask64 rest = lowest(n - i);
+    const __m512i last = weigh(_mm512_maskz_loadu_epi8(rest, before + i), _mm512_maskz_loadu_epi8(rest, level + i),
+                               _mm512_maskz_loadu_epi8(rest, after + i));
+    _mm512_mask_storeu_epi8(destination + i, rest, last);
+#else
     for (size_t i = 0; i < n; ++i)
         destination[i] = static_cast<uint8_t>((before[i] + 6U * level[i] + after[i] + 4U) >> 3);
+#endif
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <numeric>
 #include <vector>
 
 namespace lxtest
@@ -437,6 +438,25 @@ TEST(ResampleKernels, JoinColumns)
             ASSERT_EQ(expected, actual) << "box of " << box;
         }
     });
+}
+
+TEST(ResampleKernels, SmoothEveryThreeLevels)
+{
+    std::vector<uint8_t> level(256);
+    std::iota(level.begin(), level.end(), uint8_t{0});
+    std::vector<uint8_t> smoothed(256);
+    const lx::KernelLevels levels = lx::runnableKernels();
+    for (size_t k = 0; k < levels.count; ++k) {
+        for (unsigned before = 0; before < 256; ++before) {
+            for (unsigned after = 0; after < 256; ++after) {
+                const std::vector<uint8_t> left(256, static_cast<uint8_t>(before));
+                const std::vector<uint8_t> right(256, static_cast<uint8_t>(after));
+                levels.tables[k]->resample->smooth(left.data(), level.data(), right.data(), smoothed.data(), 256);
+                for (unsigned i = 0; i < 256; ++i)
+                    ASSERT_EQ(smoothed[i], (before + 6 * i + after + 4) / 8) << levels.tables[k]->level;
+            }
+        }
+    }
 }
 
 } // namespace
