@@ -87,14 +87,18 @@ void addMultilevelScaling(Operations& operations)
     addScaling(operations, "averaging, colour", IMAGE_TYPE_16MRGB, averaging, 600, {1.5, 1});
     addScaling(operations, "interpolation, gray", IMAGE_TYPE_256GRAY, interpolation, 200, {0.15, 0.028});
     addScaling(operations, "interpolation, gray", IMAGE_TYPE_256GRAY, interpolation, 100);
+    addScaling(operations, "interpolation, gray", IMAGE_TYPE_256GRAY, interpolation, 450);
     addScaling(operations, "interpolation, gray", IMAGE_TYPE_256GRAY, interpolation, 600, {0.07, 0.033});
     addScaling(operations, "interpolation, colour", IMAGE_TYPE_16MRGB, interpolation, 200, {0.4, 0.108});
+    addScaling(operations, "interpolation, colour", IMAGE_TYPE_16MRGB, interpolation, 450);
     addScaling(operations, "interpolation, colour", IMAGE_TYPE_16MRGB, interpolation, 600);
     addScaling(operations, "sampling, gray", IMAGE_TYPE_256GRAY, sampling, 200, {0.04, 0.028});
+    addScaling(operations, "sampling, gray", IMAGE_TYPE_256GRAY, sampling, 450);
     addScaling(operations, "sampling, gray", IMAGE_TYPE_256GRAY, sampling, 600, {1.5, 1});
     addScaling(operations, "sampling, 16 colours", IMAGE_TYPE_16RGB, sampling, 200);
     addScaling(operations, "sampling, 16 colours", IMAGE_TYPE_16RGB, sampling, 600, {1.5, 1});
     addScaling(operations, "sampling, colour", IMAGE_TYPE_16MRGB, sampling, 200);
+    addScaling(operations, "sampling, colour", IMAGE_TYPE_16MRGB, sampling, 450);
     addScaling(operations, "sampling, colour", IMAGE_TYPE_16MRGB, sampling, 600, {1.5, 1});
     addScaling(operations, "diffusion, 8 colours", IMAGE_TYPE_8RGB, averaging, 200);
 }

@@ -76,7 +76,7 @@ void addScalingPeers(Operations& operations)
         add("averaging, gray", IMAGE_TYPE_256GRAY, dpi, libyuv::kFilterBox);
         add("averaging, colour", IMAGE_TYPE_16MRGB, dpi, libyuv::kFilterBox);
     }
-    for (const uint32_t dpi : {200U, 600U}) {
+    for (const uint32_t dpi : {200U, 450U, 600U}) {
         add("interpolation, gray", IMAGE_TYPE_256GRAY, dpi, libyuv::kFilterBilinear);
         add("interpolation, colour", IMAGE_TYPE_16MRGB, dpi, libyuv::kFilterBilinear);
         add("sampling, gray", IMAGE_TYPE_256GRAY, dpi, libyuv::kFilterNone);

@@ -132,7 +132,7 @@ void addScalingPeers(Operations& operations)
         add("averaging, gray", IMAGE_TYPE_256GRAY, dpi, cv::INTER_AREA);
         add("averaging, colour", IMAGE_TYPE_16MRGB, dpi, cv::INTER_AREA);
     }
-    for (const uint32_t dpi : {200U, 600U}) {
+    for (const uint32_t dpi : {200U, 450U, 600U}) {
         add("interpolation, gray", IMAGE_TYPE_256GRAY, dpi, cv::INTER_LINEAR);
         add("interpolation, colour", IMAGE_TYPE_16MRGB, dpi, cv::INTER_LINEAR);
         add("sampling, gray", IMAGE_TYPE_256GRAY, dpi, cv::INTER_NEAREST);
