@@ -78,10 +78,12 @@ void addMultilevelScaling(Operations& operations)
 {
     addScaling(operations, "averaging, gray", IMAGE_TYPE_256GRAY, averaging, 100, {0.06, 0.028});
     addScaling(operations, "averaging, gray", IMAGE_TYPE_256GRAY, averaging, 72, {0.08, 0.028});
-    addScaling(operations, "averaging, gray", IMAGE_TYPE_256GRAY, averaging, 450);
+    addScaling(operations, "averaging, gray", IMAGE_TYPE_256GRAY, averaging, 400, {1.5, 1});
+    addScaling(operations, "averaging, gray", IMAGE_TYPE_256GRAY, averaging, 450, {1.5, 1});
     addScaling(operations, "averaging, gray", IMAGE_TYPE_256GRAY, averaging, 600, {1.5, 1});
     addScaling(operations, "averaging, colour", IMAGE_TYPE_16MRGB, averaging, 100, {0.20, 0.101});
     addScaling(operations, "averaging, colour", IMAGE_TYPE_16MRGB, averaging, 72, {0.20, 0.101});
+    addScaling(operations, "averaging, colour", IMAGE_TYPE_16MRGB, averaging, 450, {1.5, 1});
     addScaling(operations, "averaging, colour", IMAGE_TYPE_16MRGB, averaging, 600, {1.5, 1});
     addScaling(operations, "interpolation, gray", IMAGE_TYPE_256GRAY, interpolation, 200, {0.15, 0.028});
     addScaling(operations, "interpolation, gray", IMAGE_TYPE_256GRAY, interpolation, 100);

@@ -155,7 +155,6 @@ inline void makeStretches(BitBlockTable& table)
 // Rows to pick from, and the line that each becomes.
 struct RowsToLines {
     static constexpr uint32_t most = 16;
-    static constexpr uint32_t together = 4;
 
     const uint8_t* rows[most];
     uint8_t* lines[most];
@@ -233,11 +232,12 @@ inline void pickStretched(const BitBlockTable& table, const uint8_t* row, uint8_
 
 inline void pickRunsStretched(const BitBlockTable& table, const RowRuns& rows)
 {
-    const auto pick = pickerOf<RowsToLines::together>(table);
+    const uint32_t together = rows.count == 1 ? 1 : 4;
+    const auto pick = together == 1 ? pickerOf<1>(table) : pickerOf<4>(table);
     RowsToLines waiting;
     const auto pickThem = [&] {
         // A place left over takes the last row once more.
-        for (; waiting.count % RowsToLines::together != 0; ++waiting.count) {
+        for (; waiting.count % together != 0; ++waiting.count) {
             waiting.rows[waiting.count] = waiting.rows[waiting.count - 1];
             waiting.lines[waiting.count] = waiting.lines[waiting.count - 1];
         }

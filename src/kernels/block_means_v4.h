@@ -21,27 +21,63 @@ void fetchColumns(const uint8_t* from, ptrdiff_t ahead)
     fetchEarly<2>(from + 64, ahead);
 }
 
-// The sums of as many columns as fill four registers; returns their number. Calls take(i, sums) for each four of them.
-// The rows that follow are likely to be wanted next.
-template <class Take>
-size_t sumRowsWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, size_t components, Take take)
-{
-    const ptrdiff_t ahead = static_cast<ptrdiff_t>(rows) * step;
-    size_t i = 0;
-    for (; i + 128 <= components; i += 128) {
-        const uint8_t* row = source + i;
-        __m512i v[4] = {widen(row), widen(row + 32), widen(row + 64), widen(row + 96)};
-        fetchColumns(row, ahead);
-        for (unsigned r = 1; r < rows; ++r) {
-            row += step;
+// Columns that are summed down some rows. The rows that follow are likely to be wanted next.
+struct SummedRows {
+    const uint8_t* source;
+    ptrdiff_t step;
+    unsigned rows;
+
+    // Calls take(i, sums) for each 128 columns, in four registers; returns how many columns that were.
+    template <class Take>
+    size_t forEachFour(size_t components, Take take) const
+    {
+        const ptrdiff_t ahead = static_cast<ptrdiff_t>(rows) * step;
+        size_t i = 0;
+        for (; i + 128 <= components; i += 128) {
+            const uint8_t* row = source + i;
+            __m512i v[4] = {widen(row), widen(row + 32), widen(row + 64), widen(row + 96)};
             fetchColumns(row, ahead);
-            for (unsigned k = 0; k < 4; ++k)
-                v[k] = _mm512_add_epi16(v[k], widen(row + 32 * k));
+            for (unsigned r = 1; r < rows; ++r) {
+                row += step;
+                fetchColumns(row, ahead);
+                for (unsigned k = 0; k < 4; ++k)
+                    v[k] = _mm512_add_epi16(v[k], widen(row + 32 * k));
+            }
+            take(i, v);
         }
-        take(i, v);
+        return i;
     }
-    return i;
-}
+
+    // The sums of up to 32 columns.
+    __m512i some(size_t at, uint32_t lanes) const
+    {
+        __m512i sum = _mm512_setzero_si512();
+        for (unsigned r = 0; r < rows && lanes != 0; ++r)
+            sum = _mm512_add_epi16(sum, _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(
+                                            lanes, source + static_cast<ptrdiff_t>(r) * step + at)));
+        return sum;
+    }
+};
+
+// Columns that have been summed before.
+struct ColumnSums {
+    const uint16_t* sums;
+
+    template <class Take>
+    size_t forEachFour(size_t components, Take take) const
+    {
+        size_t i = 0;
+        for (; i + 128 <= components; i += 128) {
+            __m512i v[4];
+            for (unsigned k = 0; k < 4; ++k)
+                v[k] = _mm512_loadu_si512(sums + i + 32 * k);
+            take(i, v);
+        }
+        return i;
+    }
+
+    __m512i some(size_t at, uint32_t lanes) const { return _mm512_maskz_loadu_epi16(lanes, sums + at); }
+};
 
 constexpr uint32_t wideBlockWidth = 8; // narrow blocks up to this width are summed for all columns at once
 
@@ -191,14 +227,14 @@ class MeansOfSums
 };
 
 // A few columns at a time from the rows to the means, so that there is something to do while memory is slow.
-template <unsigned Pairs>
-bool blockMeansWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, const BlockColumns& columns,
-                    const BlockRule& rule, uint16_t* sums, uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
+template <unsigned Pairs, class Columns>
+bool blockMeansOfPairs(Columns from, const BlockColumns& columns, const BlockRule& rule, uint16_t* sums,
+                       uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
 {
     BlockSums<Pairs> blocks(columns, sums);
     MeansOfSums means(columns, rule, destination, marks);
     size_t k = 0;
-    size_t i = sumRowsWide(source, step, rows, columns.components, [&](size_t at, const __m512i* v) {
+    size_t i = from.forEachFour(columns.components, [&](size_t at, const __m512i* v) {
         if (at == 0) {
             blocks.begin(v[0], v[1]);
         } else {
@@ -212,12 +248,7 @@ bool blockMeansWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned 
             means.make(k, ~uint32_t{0}, _mm512_loadu_si512(sums + k));
     });
     const auto rest = [&](size_t at) {
-        const auto there = static_cast<__mmask32>(at < columns.components ? lowest(columns.components - at) : 0);
-        __m512i sum = _mm512_setzero_si512();
-        for (unsigned r = 0; r < rows && there != 0; ++r)
-            sum = _mm512_add_epi16(sum, _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(
-                                            there, source + static_cast<ptrdiff_t>(r) * step + at)));
-        return sum;
+        return from.some(at, static_cast<uint32_t>(at < columns.components ? lowest(columns.components - at) : 0));
     };
     if (i == 0) {
         blocks.begin(rest(0), rest(32));
@@ -228,6 +259,22 @@ bool blockMeansWide(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned 
     for (const size_t count = blocks.count(); k < count; k += 32)
         means.make(k, static_cast<uint32_t>(lowest(count - k)), _mm512_loadu_si512(sums + k));
     return means.anyMark();
+}
+
+// Whether blockMeansWide() can be used.
+bool fitWide(const BlockColumns& columns, const BlockRule& rule)
+{
+    return columns.width <= wideBlockWidth && rule.pixels[1] <= 257;
+}
+
+template <class Columns>
+bool blockMeansWide(Columns from, const BlockColumns& columns, const BlockRule& rule, uint16_t* sums,
+                    uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
+{
+    constexpr decltype(&blockMeansOfPairs<0, Columns>) forms[] = {
+        blockMeansOfPairs<0, Columns>, blockMeansOfPairs<1, Columns>, blockMeansOfPairs<2, Columns>,
+        blockMeansOfPairs<3, Columns>, blockMeansOfPairs<4, Columns>};
+    return forms[columns.width / 2](from, columns, rule, sums, destination, marks);
 }
 
 } // namespace

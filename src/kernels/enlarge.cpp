@@ -7,7 +7,7 @@
 #include <cstring>
 
 #if defined(LX_LEVEL_v4)
-#include "kernels/registers_v4.h"
+#include "kernels/enlarge_v4.h"
 #endif
 
 namespace lx::LX_LEVEL
@@ -46,16 +46,6 @@ float stepOf(uint32_t length)
     return 1.0F / static_cast<float>(length);
 }
 
-#if defined(LX_LEVEL_v4)
-
-// (a + b) >> 1 of every byte.
-__m512i halfDown(__m512i a, __m512i b)
-{
-    return _mm512_sub_epi8(_mm512_avg_epu8(a, b), _mm512_and_si512(_mm512_xor_si512(a, b), _mm512_set1_epi8(1)));
-}
-
-#endif
-
 void ramp(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_t* LX_RESTRICT destination,
           size_t components, unsigned t, uint32_t length, [[maybe_unused]] ptrdiff_t ahead)
 {
@@ -86,6 +76,23 @@ void ramp(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_
         destination[i] = exactRampLevel(from[i], to[i], t, length, reciprocal);
 }
 
+size_t placeOf(const PickGroup& group, const RampRow& row)
+{
+    return group.base - row.first;
+}
+
+// How many of a group's components there are in a row, and how many of them belong to pixels that have a next one.
+size_t componentsOf(const PickGroup& group)
+{
+    return group.last + 1U;
+}
+
+size_t followedOf(const PickGroup& group, const RampRow& row)
+{
+    const size_t withNext = row.components - placeOf(group, row) - row.channels;
+    return componentsOf(group) < withNext ? componentsOf(group) : withNext;
+}
+
 // Ramps of a group's components, some of `length` and some of one more.
 void rampEach(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, uint8_t* LX_RESTRICT destination,
               size_t components, const uint8_t* LX_RESTRICT times, uint32_t length)
@@ -106,84 +113,25 @@ void rampEach(const uint8_t* LX_RESTRICT from, const uint8_t* LX_RESTRICT to, ui
     }
 }
 
-#if defined(LX_LEVEL_v4)
-
-// The same of exact ramps, in registers.
-class WideRamps
-{
-  public:
-    explicit WideRamps(uint32_t length)
-        : single_(length == 1), lengths_(words(length)), narrow_(words(halfReciprocal(length))),
-          wide_(words(halfReciprocal(length + 1)))
-    {
-    }
-
-    __m512i at(__m512i from, __m512i to, __m512i times) const
-    {
-        // Ramps of 2 have but one level between.
-        if (single_)
-            return _mm512_mask_blend_epi8(_mm512_test_epi8_mask(times, _mm512_set1_epi8(127)), from,
-                                          halfDown(from, to));
-        const __m256i low =
-            half(_mm512_castsi512_si256(from), _mm512_castsi512_si256(to), _mm512_castsi512_si256(times));
-        const __m256i high = half(upper(from), upper(to), upper(times));
-        return _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
-    }
-
-  private:
-    static __m512i words(uint32_t value) { return _mm512_set1_epi16(static_cast<short>(value)); }
-    static __m256i upper(__m512i bytes) { return _mm512_maskz_extracti64x4_epi64(15, bytes, 1); }
-
-    __m256i half(__m256i from, __m256i to, __m256i times) const
-    {
-        const __m512i time = _mm512_cvtepu8_epi16(times);
-        const __mmask32 isWide = _mm512_test_epi16_mask(time, words(128));
-        const __m512i t = _mm512_and_si512(time, words(127));
-        const __m512i lengths = _mm512_mask_add_epi16(lengths_, isWide, lengths_, words(1));
-        const __m512i start = _mm512_cvtepu8_epi16(from);
-        const __m512i difference = _mm512_sub_epi16(_mm512_cvtepu8_epi16(to), start);
-        const __m512i x = _mm512_add_epi16(_mm512_mullo_epi16(start, lengths), _mm512_mullo_epi16(difference, t));
-        return lowBytes(_mm512_mulhi_epu16(_mm512_slli_epi16(x, 1), _mm512_mask_blend_epi16(isWide, narrow_, wide_)));
-    }
-
-    const bool single_;
-    const __m512i lengths_;
-    const __m512i narrow_;
-    const __m512i wide_;
-};
-
-// A group whose pixels are in one register, and the next ones in another.
-void rampGroupWide(const uint8_t* from, const uint8_t* to, uint8_t* destination, const PickGroup& group,
-                   const uint8_t* times, const WideRamps& ramps)
-{
-    const __mmask64 there = lowest(group.last + 1U);
-    const __mmask64 mine = lowest(group.count);
-    const __m512i offsets = _mm512_loadu_si512(group.offsets);
-    const __m512i levels =
-        ramps.at(permuteBytes(offsets, _mm512_maskz_loadu_epi8(there, from)),
-                 permuteBytes(offsets, _mm512_maskz_loadu_epi8(there, to)), _mm512_maskz_loadu_epi8(mine, times));
-    if (group.count == PickGroup::lanes)
-        _mm512_storeu_si512(destination, levels);
-    else
-        _mm512_mask_storeu_epi8(destination, mine, levels);
-}
-
-#endif
-
-void rampPicked(const uint8_t* LX_RESTRICT source, uint32_t first, unsigned channels, uint8_t* LX_RESTRICT destination,
-                const PickGroup* groups, size_t count, const uint8_t* LX_RESTRICT times, uint32_t length,
-                ptrdiff_t ahead)
+void rampPicked(const RampRow& row, uint8_t* LX_RESTRICT destination, const PickGroup* groups, size_t count,
+                const uint8_t* LX_RESTRICT times, uint32_t length, ptrdiff_t ahead)
 {
 #if defined(LX_LEVEL_v4)
     const bool wide = isExactRamp(length) && isExactRamp(length + 1);
-    const WideRamps ramps(length);
+    const WideRamps ramps(length, halfReciprocal(length), halfReciprocal(length + 1));
 #endif
     for (const PickGroup* group = groups; group != groups + count; ++group) {
-        const uint8_t* LX_RESTRICT pixels = source + (group->base - first);
+        const uint8_t* LX_RESTRICT pixels = row.pixels + placeOf(*group, row);
+        const size_t followed = followedOf(*group, row);
         fetchEarly<2>(destination, ahead);
 #if defined(LX_LEVEL_v4)
         if (wide && group->last < 64) {
-            rampGroupWide(pixels, pixels + channels, destination, *group, times, ramps);
+            const __m512i offsets = _mm512_loadu_si512(group->offsets);
+            const WidePixels wanted(pixels, row.channels, componentsOf(*group), followed);
+            storeLowest(destination,
+                        ramps.at(permuteBytes(offsets, wanted.own), permuteBytes(offsets, wanted.next),
+                                 _mm512_maskz_loadu_epi8(lowest(group->count), times)),
+                        group->count);
             destination += group->count;
             times += group->count;
             continue;
@@ -192,42 +140,15 @@ void rampPicked(const uint8_t* LX_RESTRICT source, uint32_t first, unsigned chan
         uint8_t from[PickGroup::lanes];
         uint8_t to[PickGroup::lanes];
         for (unsigned k = 0; k < group->count; ++k) {
-            from[k] = pixels[group->offsets[k]];
-            to[k] = pixels[group->offsets[k] + channels];
+            const unsigned offset = group->offsets[k];
+            from[k] = pixels[offset];
+            to[k] = pixels[offset < followed ? offset + row.channels : offset];
         }
         rampEach(from, to, destination, group->count, times, length);
         destination += group->count;
         times += group->count;
     }
 }
-
-#if defined(LX_LEVEL_v4)
-
-// Even pixels of two registers' worth from one register and odd ones from another, 1 or 3 components each: byte b of
-// the result is component b % channels of pixel b / channels.
-struct Alternation {
-    alignas(64) uint8_t from[128] = {};
-
-    constexpr explicit Alternation(unsigned channels)
-    {
-        for (unsigned b = 0; b < 128; ++b) {
-            const unsigned pixel = b / channels;
-            from[b] = static_cast<uint8_t>((pixel / 2 * channels + b % channels) | (pixel % 2 != 0 ? 64U : 0U));
-        }
-    }
-};
-constexpr Alternation singles(1);
-constexpr Alternation triples(3);
-
-// The sums of four bytes of each column, rounded, as words of one half of every 128 bits.
-__m512i quarter(__m512i pairs, __m512i nextPairs)
-{
-    const __m512i ones = _mm512_set1_epi8(1);
-    const __m512i sum = _mm512_add_epi16(_mm512_maddubs_epi16(pairs, ones), _mm512_maddubs_epi16(nextPairs, ones));
-    return _mm512_srli_epi16(_mm512_add_epi16(sum, _mm512_set1_epi16(2)), 2);
-}
-
-#endif
 
 // What becomes of the bytes of two rows, and of the next pixel's, where pixels double.
 struct RoundedMeans {
@@ -269,6 +190,23 @@ struct TruncatedRamps {
 #endif
 };
 
+// The same where both rows are one.
+struct RowRamps {
+    static unsigned even(unsigned t, unsigned) { return t; }
+    static unsigned odd(unsigned t, unsigned, unsigned nextT, unsigned) { return (t + nextT) / 2; }
+
+#if defined(LX_LEVEL_v4)
+    static __m512i even(__m512i t, __m512i)
+    {
+        return t;
+    }
+    static __m512i odd(__m512i t, __m512i, __m512i nextT, __m512i)
+    {
+        return halfDown(t, nextT);
+    }
+#endif
+};
+
 struct Repeats {
     static unsigned even(unsigned t, unsigned) { return t; }
     static unsigned odd(unsigned t, unsigned, unsigned, unsigned) { return t; }
@@ -284,36 +222,6 @@ struct Repeats {
     }
 #endif
 };
-
-#if defined(LX_LEVEL_v4)
-
-// Whole registers whose pixels all have a next one; returns the components done.
-template <class Rule>
-size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, uint8_t* LX_RESTRICT destination,
-                 size_t components, unsigned channels)
-{
-    const uint8_t* order = channels == 1 ? singles.from : triples.from;
-    const __m512i firstHalf = _mm512_load_si512(order);
-    const __m512i secondHalf = _mm512_load_si512(order + 64);
-    const size_t step = channels == 1 ? 64 : 63;
-    size_t i = 0;
-    // The stores of single components fill whole lines of the cache but for the first ones.
-    size_t advance = channels == 1 ? bytesToLine<2>(destination) : step;
-    for (; i + 64 + channels <= components; i += advance, advance = step) {
-        const __m512i t = _mm512_loadu_si512(top + i);
-        const __m512i b = _mm512_loadu_si512(bottom + i);
-        const __m512i nextT = _mm512_loadu_si512(top + i + channels);
-        const __m512i nextB = _mm512_loadu_si512(bottom + i + channels);
-        const __m512i even = Rule::even(t, b);
-        const __m512i odd = Rule::odd(t, b, nextT, nextB);
-        // Three channels leave two bytes too many, which the next pixels overwrite.
-        _mm512_storeu_si512(destination + 2 * i, _mm512_permutex2var_epi8(even, firstHalf, odd));
-        _mm512_storeu_si512(destination + 2 * i + 64, _mm512_permutex2var_epi8(even, secondHalf, odd));
-    }
-    return i;
-}
-
-#endif
 
 // Pixels of `even` and `odd` by turns.
 template <unsigned Channels>
@@ -334,6 +242,19 @@ void alternate(const uint8_t* LX_RESTRICT even, const uint8_t* LX_RESTRICT odd, 
     }
 }
 
+// n components of both kinds, of which the first `followed` belong to pixels that have a next one.
+template <class Rule>
+void makeBoth(const uint8_t* LX_RESTRICT t, const uint8_t* LX_RESTRICT b, size_t n, size_t followed, unsigned channels,
+              uint8_t* LX_RESTRICT even, uint8_t* LX_RESTRICT odd)
+{
+    for (size_t k = 0; k < n; ++k)
+        even[k] = static_cast<uint8_t>(Rule::even(t[k], b[k]));
+    for (size_t k = 0; k < followed; ++k)
+        odd[k] = static_cast<uint8_t>(Rule::odd(t[k], b[k], t[k + channels], b[k + channels]));
+    for (size_t k = followed; k < n; ++k)
+        odd[k] = static_cast<uint8_t>(Rule::odd(t[k], b[k], t[k], b[k]));
+}
+
 template <class Rule>
 void twice(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, uint8_t* LX_RESTRICT destination,
            size_t components, unsigned channels)
@@ -348,20 +269,68 @@ void twice(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bottom, ui
     uint8_t odd[most];
     for (size_t i = done; i < components; i += most) {
         const size_t n = components - i < most ? components - i : most;
-        const uint8_t* LX_RESTRICT t = top + i;
-        const uint8_t* LX_RESTRICT b = bottom + i;
-        const size_t followed = i + n < components ? n : n - channels;
-        for (size_t k = 0; k < n; ++k)
-            even[k] = static_cast<uint8_t>(Rule::even(t[k], b[k]));
-        for (size_t k = 0; k < followed; ++k)
-            odd[k] = static_cast<uint8_t>(Rule::odd(t[k], b[k], t[k + channels], b[k + channels]));
-        for (size_t k = followed; k < n; ++k)
-            odd[k] = static_cast<uint8_t>(Rule::odd(t[k], b[k], t[k], b[k]));
+        makeBoth<Rule>(top + i, bottom + i, n, i + n < components ? n : n - channels, channels, even, odd);
         if (channels == 1)
             alternate<1>(even, odd, destination + 2 * i, n);
         else
             alternate<3>(even, odd, destination + 2 * i, n);
     }
+}
+
+#if defined(LX_LEVEL_v4)
+
+template <class Rule>
+__m512i groupLevels(const PickGroup& group, const WidePixels& t, const WidePixels& b)
+{
+    return _mm512_permutex2var_epi8(Rule::even(t.own, b.own), _mm512_loadu_si512(group.offsets),
+                                    Rule::odd(t.own, b.own, t.next, b.next));
+}
+
+#endif
+
+// Groups of even pixels of both rows, at offsets from 0 on, and odd ones, from 64 on.
+template <class Rule>
+void rampGroups(const RampRow row, const uint8_t* bottom, uint8_t* LX_RESTRICT destination, const PickGroup* groups,
+                size_t count)
+{
+    const PickGroup* const end = groups + count;
+#if defined(LX_LEVEL_v4)
+    // No pixel is left out: where 64 components are to come, there are as many in the destination, and later groups
+    // overwrite what is written too early.
+    const PickGroup* whole = end;
+    while (whole != groups && row.components - placeOf(whole[-1], row) < 64 + row.channels)
+        --whole;
+    for (; groups != whole; destination += groups++->count) {
+        const size_t at = placeOf(*groups, row);
+        const WidePixels t(row.pixels + at, row.channels);
+        const WidePixels b(bottom + at, row.channels);
+        _mm512_storeu_si512(destination, groupLevels<Rule>(*groups, t, b));
+    }
+#endif
+    for (; groups != end; destination += groups++->count) {
+        const size_t at = placeOf(*groups, row);
+        const size_t components = componentsOf(*groups);
+        const size_t followed = followedOf(*groups, row);
+#if defined(LX_LEVEL_v4)
+        const WidePixels t(row.pixels + at, row.channels, components, followed);
+        const WidePixels b(bottom + at, row.channels, components, followed);
+        storeLowest(destination, groupLevels<Rule>(*groups, t, b), groups->count);
+#else
+        uint8_t levels[PickGroup::lanes + 256];
+        makeBoth<Rule>(row.pixels + at, bottom + at, components, followed, row.channels, levels,
+                       levels + PickGroup::lanes);
+        for (unsigned k = 0; k < groups->count; ++k)
+            destination[k] = levels[groups->offsets[k]];
+#endif
+    }
+}
+
+void rampHalves(const RampRow& row, const uint8_t* bottom, uint8_t* destination, const PickGroup* groups, size_t count)
+{
+    if (row.pixels == bottom)
+        rampGroups<RowRamps>(row, bottom, destination, groups, count);
+    else
+        rampGroups<TruncatedRamps>(row, bottom, destination, groups, count);
 }
 
 void repeatTwice(const uint8_t* source, uint8_t* destination, size_t components, unsigned channels)
@@ -372,7 +341,7 @@ void repeatTwice(const uint8_t* source, uint8_t* destination, size_t components,
 } // namespace
 
 constexpr EnlargeKernels enlargeKernels = {
-    ramp, rampPicked, twice<RoundedMeans>, twice<TruncatedRamps>, repeatTwice,
+    ramp, rampPicked, rampHalves, twice<RoundedMeans>, twice<TruncatedRamps>, repeatTwice,
 };
 
 } // namespace lx::LX_LEVEL

@@ -31,6 +31,12 @@ namespace
     return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes)));
 }
 
+// (a + b) >> 1 of every byte.
+[[maybe_unused]] __m512i halfDown(__m512i a, __m512i b)
+{
+    return _mm512_sub_epi8(_mm512_avg_epu8(a, b), _mm512_and_si512(_mm512_xor_si512(a, b), _mm512_set1_epi8(1)));
+}
+
 // The lowest n of 64 bits as a mask, all of them from 64 on.
 [[maybe_unused]] uint64_t lowest(size_t n)
 {

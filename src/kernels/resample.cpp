@@ -18,13 +18,12 @@ namespace
 void sumRows(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, uint16_t* LX_RESTRICT sums,
              size_t components)
 {
+    size_t done = 0;
 #if defined(LX_LEVEL_v4)
-    const size_t done = sumRowsWide(source, step, rows, components, [sums](size_t i, const __m512i* v) {
+    done = SummedRows{source, step, rows}.forEachFour(components, [sums](size_t i, const __m512i* v) {
         for (unsigned k = 0; k < 4; ++k)
             _mm512_storeu_si512(sums + i + 32 * k, v[k]);
     });
-#else
-    const size_t done = 0;
 #endif
     for (size_t i = done; i < components; ++i)
         sums[i] = source[i];
@@ -35,17 +34,13 @@ void sumRows(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, u
     }
 }
 
-bool blockMeans(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, const BlockColumns& columns,
-                const BlockRule& rule, uint16_t* LX_RESTRICT sums, uint8_t* LX_RESTRICT destination,
-                uint8_t* LX_RESTRICT marks)
+bool meansOfSums(uint16_t* LX_RESTRICT sums, const BlockColumns& columns, const BlockRule& rule,
+                 uint8_t* LX_RESTRICT destination, uint8_t* LX_RESTRICT marks)
 {
 #if defined(LX_LEVEL_v4)
-    constexpr decltype(&blockMeansWide<0>) forms[] = {blockMeansWide<0>, blockMeansWide<1>, blockMeansWide<2>,
-                                                      blockMeansWide<3>, blockMeansWide<4>};
-    if (columns.width <= wideBlockWidth && rule.pixels[1] <= 257)
-        return forms[columns.width / 2](source, step, rows, columns, rule, sums, destination, marks);
+    if (fitWide(columns, rule))
+        return blockMeansWide(ColumnSums{sums}, columns, rule, sums, destination, marks);
 #endif
-    sumRows(source, step, rows, sums, columns.components);
     bool anyMark = false;
     for (uint32_t b = 0; b < columns.blocks; ++b) {
         const uint32_t width = columns.starts[b + 1] - columns.starts[b];
@@ -65,6 +60,18 @@ bool blockMeans(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows
         }
     }
     return anyMark;
+}
+
+bool blockMeans(const uint8_t* LX_RESTRICT source, ptrdiff_t step, unsigned rows, const BlockColumns& columns,
+                const BlockRule& rule, uint16_t* LX_RESTRICT sums, uint8_t* LX_RESTRICT destination,
+                uint8_t* LX_RESTRICT marks)
+{
+#if defined(LX_LEVEL_v4)
+    if (fitWide(columns, rule))
+        return blockMeansWide(SummedRows{source, step, rows}, columns, rule, sums, destination, marks);
+#endif
+    sumRows(source, step, rows, sums, columns.components);
+    return meansOfSums(sums, columns, rule, destination, marks);
 }
 
 void addRow(const uint8_t* LX_RESTRICT source, uint32_t* LX_RESTRICT sums, size_t components)
@@ -221,10 +228,33 @@ void joinColumns(const uint16_t* LX_RESTRICT source, uint8_t* LX_RESTRICT destin
         destination += group->count;
     }
 }
+// With two halvings the sums stay in bytes: (before + after) / 2, half of that and the level, and of the level again,
+// rounding down, down and up, as floors of floors do.
+void smooth(const uint8_t* LX_RESTRICT before, const uint8_t* LX_RESTRICT level, const uint8_t* LX_RESTRICT after,
+            uint8_t* LX_RESTRICT destination, size_t n)
+{
+#if defined(LX_LEVEL_v4)
+    const auto weigh = [](__m512i left, __m512i own, __m512i right) {
+        return _mm512_avg_epu8(own, halfDown(halfDown(left, right), own));
+    };
+    size_t i = 0;
+    for (; i + 64 <= n; i += 64)
+        _mm512_storeu_si512(destination + i, weigh(_mm512_loadu_si512(before + i), _mm512_loadu_si512(level + i),
+                                                   _mm512_loadu_si512(after + i)));
+    const __mmask64 rest = lowest(n - i);
+    const __m512i last = weigh(_mm512_maskz_loadu_epi8(rest, before + i), _mm512_maskz_loadu_epi8(rest, level + i),
+                               _mm512_maskz_loadu_epi8(rest, after + i));
+    _mm512_mask_storeu_epi8(destination + i, rest, last);
+#else
+    for (size_t i = 0; i < n; ++i)
+        destination[i] = static_cast<uint8_t>((before[i] + 6U * level[i] + after[i] + 4U) >> 3);
+#endif
+}
+
 } // namespace
 
 constexpr ResampleKernels resampleKernels = {
-    blockMeans, addRow, joinRows, joinTwo, joinThree, joinColumns,
+    blockMeans, meansOfSums, addRow, joinRows, joinTwo, joinThree, joinColumns, smooth,
 };
 
 } // namespace lx::LX_LEVEL

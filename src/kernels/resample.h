@@ -53,6 +53,10 @@ struct ResampleKernels {
     bool (*blockMeans)(const uint8_t* source, ptrdiff_t step, unsigned rows, const BlockColumns& columns,
                        const BlockRule& rule, uint16_t* sums, uint8_t* destination, uint8_t* marks);
 
+    // The same of columns that have been summed already. All of `sums` is used up.
+    bool (*meansOfSums)(uint16_t* sums, const BlockColumns& columns, const BlockRule& rule, uint8_t* destination,
+                        uint8_t* marks);
+
     // sums[i] += source[i].
     void (*addRow)(const uint8_t* source, uint32_t* sums, size_t components);
 
@@ -72,6 +76,9 @@ struct ResampleKernels {
     // 64 words more than the taps need.
     void (*joinColumns)(const uint16_t* source, uint8_t* destination, const TapGroup* groups, size_t count,
                         unsigned channels, uint32_t box);
+
+    // destination[i] = floor((before[i] + 6 level[i] + after[i] + 4) / 8).
+    void (*smooth)(const uint8_t* before, const uint8_t* level, const uint8_t* after, uint8_t* destination, size_t n);
 };
 
 } // namespace lx

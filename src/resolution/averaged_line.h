@@ -19,14 +19,22 @@ class AveragedLine
     {
     }
 
-    uint32_t make(uint32_t j, Span lines) noexcept
+    // Where make() may find the columns summed up, with room for 64 words more than they are; null if it has no use for
+    // that.
+    uint16_t* sums() noexcept
+    {
+        const bool fits = source_.width() <= BlockPlan<Channels>::widest && plans_.whole() != nullptr;
+        return planned_ && fits ? means_.sums() : nullptr;
+    }
+
+    uint32_t make(uint32_t j, Span lines, bool summed = false) noexcept
     {
         uint8_t* out = destination_.row(j);
         if (lines.length == 1 && walker_.longest() == 1)
             std::memcpy(out, source_.row(lines.start), size_t{source_.width()} * Channels);
         else if (planned_)
             plans_.forEach([&](const BlockPlan<Channels>& plan) {
-                means_.make(plan.columns, plan.sourceFirst, lines, out + size_t{plan.first} * Channels);
+                means_.make(plan.columns, plan.sourceFirst, lines, summed, out + size_t{plan.first} * Channels);
             });
         else
             makeOneByOne(lines, out);

@@ -3,7 +3,8 @@
 // Where the width grows, a line is made from its source line, or from the means of its block's columns, by ramps along
 // each run; where the height grows, the lines of a run are ramps from the run's first line to that of the next run. The
 // last run of either axis is flat. A ramp of L pixels from v to n is trunc(v + t d) for t from 0 to L - 1,
-// d = (n - v) * (1 / L) in single precision and the rest in double. Doubling both axes has a form of its own.
+// d = (n - v) * (1 / L) in single precision and the rest in double. Where no run of either axis is longer than two, the
+// lines between are made of source lines as well, and so all lines are written in order.
 
 #include "resolution/averaged_line.h"
 #include "resolution/picked_columns.h"
@@ -22,13 +23,15 @@ template <unsigned Channels>
 class ColumnMeans
 {
   public:
-    static constexpr uint32_t mostPixels = 1024;
+    static constexpr uint32_t mostPixels = 1025; // a batch of pixels and the next one
 
     ColumnMeans(const AreaView& source, uint32_t tallest) noexcept
         : source_(source), means_(source), planned_(means_.canMake(tallest, 1))
     {
-        BlockWalker<float> single(mostPixels, mostPixels);
-        plan_.take(single, 0);
+        if (tallest > 1) {
+            BlockWalker<float> single(mostPixels, mostPixels);
+            plan_.take(single, 0);
+        }
     }
 
     void make(uint32_t first, uint32_t pixels, Span lines, uint8_t* means) noexcept
@@ -39,7 +42,7 @@ class ColumnMeans
             BlockColumns columns = plan_.columns;
             columns.blocks = pixels;
             columns.components = pixels * Channels;
-            means_.make(columns, first, lines, means);
+            means_.make(columns, first, lines, false, means);
         } else {
             for (uint32_t i = 0; i < pixels; ++i)
                 means_.makeOne({first + i, 1}, lines, means + size_t{i} * Channels);
@@ -56,30 +59,48 @@ class ColumnMeans
 // Runs up to this long are planned pixel by pixel.
 constexpr uint32_t longestPlannedRun = 64;
 
+// With runs of one and two, all that lies between two pixels is one halfway.
+bool hasHalves(const RunWalker& runs)
+{
+    return runs.longest() <= 2;
+}
+
 // A Plan of ramps: which pixel each run starts from, and how far along the run its components are.
 template <unsigned Channels>
 struct RampPlan {
     using Picks = PickedColumns<Channels>;
 
-    Picks picks;
-    uint8_t times[Picks::groupLimit * PickGroup::lanes]; // the top bit marks the longer runs
+    Picks picks;                                         // 64 is added to the offsets of halves
+    uint8_t times[Picks::groupLimit * PickGroup::lanes]; // the top bit marks the longer runs; unused for halves
 
     uint32_t take(RunWalker& runs, uint32_t from) noexcept
     {
         picks.begin(0);
+        const bool halves = hasHalves(runs);
         uint32_t taken = 0;
         uint8_t* time = times;
-        // The longest run opens four groups at most.
+        // The longest planned run opens four groups at most.
         for (Span run; picks.groupCount + 4 <= Picks::groupLimit && runs.next(run); ++taken) {
             if (taken == 0)
                 picks.first = run.start;
             const unsigned longer = run.length > runs.shortest() ? 128 : 0;
             for (uint32_t t = 0; t < run.length; ++t, time += Channels) {
                 picks.add(from + taken);
-                std::memset(time, static_cast<int>(t | longer), Channels);
+                if (!halves)
+                    std::memset(time, static_cast<int>(t | longer), Channels);
+                else if (t == 1)
+                    markHalf();
             }
         }
         return taken;
+    }
+
+  private:
+    void markHalf()
+    {
+        PickGroup& group = picks.groups[picks.groupCount - 1];
+        for (unsigned c = 1; c <= Channels; ++c)
+            group.offsets[group.count - c] |= 64;
     }
 };
 
@@ -102,15 +123,15 @@ class RampLine
   public:
     RampLine(const AreaView& source, const AreaView& destination, uint32_t tallest) noexcept
         : kernels_(*kernels().enlarge), source_(source), destination_(destination),
-          runs_(source.width(), destination.width()), plans_(runs_), means_(source, tallest)
+          runs_(source.width(), destination.width()), plans_(isPlanned(runs_, tallest) ? runs_ : RunWalker(1, 1)),
+          means_(source, tallest)
     {
     }
 
     uint32_t make(uint32_t j, Span lines) noexcept
     {
-        const uint8_t* source = source_.row(lines.start);
         if (isTwice(runs_) && lines.length == 1)
-            kernels_.rampTwice(source, source, destination_.row(j), size_t{source_.width()} * Channels, Channels);
+            makeTwice(j, lines.start, lines.start);
         else if (runs_.longest() > longestPlannedRun)
             makeRunByRun(j, lines);
         else
@@ -118,35 +139,79 @@ class RampLine
         return reached_;
     }
 
+    // The line halfway from the one that is made of source line `top` to that of `bottom`, if runs have halves.
+    void makeBetween(uint32_t j, uint32_t top, uint32_t bottom) noexcept
+    {
+        if (isTwice(runs_))
+            makeTwice(j, top, bottom);
+        else
+            plans_.forEach([&](const RampPlan<Channels>& plan) {
+                const uint8_t* below = source_.at(plan.picks.sourceFirst, bottom);
+                kernels_.rampHalves(rowOf(plan, top), below, destination_.at(plan.picks.first, j), plan.picks.groups,
+                                    plan.picks.groupCount);
+            });
+    }
+
   private:
+    // Planning takes as long as making some lines. Doubled lines need no plan, and longer runs do not fit in.
+    static bool isPlanned(const RunWalker& runs, uint32_t tallest)
+    {
+        return runs.longest() <= longestPlannedRun && !(isTwice(runs) && tallest == 1);
+    }
+
     static constexpr uint32_t batchGroups = 16;
     static constexpr uint32_t batchComponents = batchGroups * PickGroup::lanes;
 
+    void makeTwice(uint32_t j, uint32_t top, uint32_t bottom) noexcept
+    {
+        kernels_.rampTwice(source_.row(top), source_.row(bottom), destination_.row(j),
+                           size_t{source_.width()} * Channels, Channels);
+    }
+
+    // The source pixels of some groups, and the one behind them if there is one.
+    Span pixelsOf(const RampPlan<Channels>& plan, uint32_t firstGroup, uint32_t count) const
+    {
+        const PickGroup* groups = plan.picks.groups + firstGroup;
+        const uint32_t base = groups[0].base;
+        const uint32_t first = plan.picks.sourceFirst + base / Channels;
+        const uint32_t own = (groups[count - 1].base + groups[count - 1].last - base) / Channels + 1;
+        return {first, std::min(own + 1, source_.width() - first)};
+    }
+
+    // Those of all groups, in the source line itself.
+    RampRow rowOf(const RampPlan<Channels>& plan, uint32_t line) const
+    {
+        const Span pixels = pixelsOf(plan, 0, plan.picks.groupCount);
+        return {source_.at(pixels.start, line), 0, size_t{pixels.length} * Channels, Channels};
+    }
+
     void makePlanned(const RampPlan<Channels>& plan, uint32_t j, Span lines) noexcept
     {
-        uint8_t* out = destination_.at(plan.picks.first, j);
-        const uint8_t* times = plan.times;
-        for (uint32_t g = 0; g < plan.picks.groupCount; g += batchGroups) {
-            const PickGroup* groups = plan.picks.groups + g;
-            const uint32_t count = std::min(batchGroups, plan.picks.groupCount - g);
-            const PickGroup& last = groups[count - 1];
-            const uint32_t base = groups[0].base;
-            const uint32_t components = (count - 1) * groups[0].count + last.count;
-            fetch(plan.picks.sourceFirst + base / Channels, (last.base + last.last - base) / Channels + 1, lines);
-            kernels_.rampPicked(pixels_, base, Channels, out, groups, count, times, runs_.shortest(),
-                                linesAhead(destination_, j));
-            out += components;
-            times += components;
+        const uint32_t groupCount = plan.picks.groupCount;
+        if (lines.length == 1) {
+            ramp(plan, 0, groupCount, rowOf(plan, lines.start), j);
+            return;
+        }
+        for (uint32_t g = 0; g < groupCount; g += batchGroups) {
+            const uint32_t count = std::min(batchGroups, groupCount - g);
+            const Span pixels = pixelsOf(plan, g, count);
+            means_.make(pixels.start, pixels.length, lines, pixels_);
+            ramp(plan, g, count, {pixels_, plan.picks.groups[g].base, size_t{pixels.length} * Channels, Channels}, j);
         }
     }
 
-    // Brings `count` pixels and the one behind them, which the last pixel of a line stands in for.
-    void fetch(uint32_t first, uint32_t count, Span lines) noexcept
+    // All groups but the last one of a plan have the same number of components.
+    void ramp(const RampPlan<Channels>& plan, uint32_t firstGroup, uint32_t count, const RampRow& row,
+              uint32_t j) noexcept
     {
-        const uint32_t there = std::min(count + 1, source_.width() - first);
-        means_.make(first, there, lines, pixels_);
-        if (there == count)
-            std::memcpy(pixels_ + size_t{count} * Channels, pixels_ + size_t{count - 1} * Channels, Channels);
+        const PickGroup* groups = plan.picks.groups + firstGroup;
+        const size_t skipped = size_t{firstGroup} * plan.picks.groups[0].count;
+        uint8_t* out = destination_.at(plan.picks.first, j) + skipped;
+        if (hasHalves(runs_))
+            kernels_.rampHalves(row, row.pixels, out, groups, count);
+        else
+            kernels_.rampPicked(row, out, groups, count, plan.times + skipped, runs_.shortest(),
+                                linesAhead(destination_, j));
     }
 
     void makeRunByRun(uint32_t j, Span lines) noexcept
@@ -154,12 +219,13 @@ class RampLine
         RunWalker walker = runs_;
         Span run;
         for (uint32_t i = 0; walker.next(run); ++i) {
-            fetch(i, 1, lines);
+            const uint32_t there = std::min(2U, source_.width() - i);
+            means_.make(i, there, lines, pixels_);
+            const size_t next = (there - 1) * Channels;
             uint8_t* out = destination_.at(run.start, j);
             for (unsigned c = 0; c < Channels; ++c) {
                 const int v = pixels_[c];
-                const double d =
-                    static_cast<float>(pixels_[Channels + c] - v) * (1.0F / static_cast<float>(run.length));
+                const double d = static_cast<float>(pixels_[next + c] - v) * (1.0F / static_cast<float>(run.length));
                 for (uint32_t t = 0; t < run.length; ++t)
                     out[size_t{t} * Channels + c] = static_cast<uint8_t>(v + t * d);
             }
@@ -173,7 +239,7 @@ class RampLine
     const uint32_t reached_ = pixelsReached(runs_);
     PlannedColumns<RunWalker, RampPlan<Channels>> plans_;
     ColumnMeans<Channels> means_;
-    uint8_t pixels_[batchComponents + 2 * Channels];
+    uint8_t pixels_[batchComponents + Channels];
 };
 
 // The lines of a run, from its first line towards that of the next run.
@@ -201,24 +267,19 @@ void averageLines(const AreaView& source, const AreaView& destination, ProgressC
         [&](Span run, uint32_t next, uint32_t width) { rampLines<Channels>(destination, run, next, width); });
 }
 
-// Both axes doubled: the second line of a run is made of the source as well, so that lines are written in order.
+// Runs of one and two on both axes: the second line of a run is made of the source as well, so that lines are written
+// in order.
 template <unsigned Channels>
-void averageTwice(const AreaView& source, const AreaView& destination, ProgressCallback progress)
+void averageHalves(const AreaView& source, const AreaView& destination, ProgressCallback progress)
 {
-    const auto rampTwice = kernels().enlarge->rampTwice;
-    const auto make = [&](uint32_t j, uint32_t top, uint32_t bottom) {
-        rampTwice(source.row(top), source.row(bottom), destination.row(j), size_t{source.width()} * Channels, Channels);
-    };
-    enlargeRows(
-        RunWalker(source.height(), destination.height()), widthEnlarged, progress,
-        [&](uint32_t j, Span lines) {
-            make(j, lines.start, lines.start);
-            return destination.width();
-        },
-        [&](Span run, uint32_t) {
-            const uint32_t line = run.start / 2;
-            make(run.start + 1, line, std::min(line + 1, source.height() - 1));
-        });
+    const RunWalker runs(source.height(), destination.height());
+    RampLine<Channels> maker(source, destination, 1);
+    repeatRows(runs, widthEnlarged, progress, [&](Span run, uint32_t line) {
+        maker.make(run.start, Span{line, 1});
+        const bool isLast = line + 1 == source.height() || run.start + run.length == runs.reach();
+        if (run.length == 2)
+            maker.makeBetween(run.start + 1, line, isLast ? line : line + 1);
+    });
 }
 
 template <unsigned Channels>
@@ -228,11 +289,11 @@ int8_t average(uint16_t type, const ImageArea* source, const ImageArea* destinat
         return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView from(*source);
     const AreaView to(*destination);
-    const auto doubles = [](uint32_t before, uint32_t after) {
-        return before < after && isTwice(RunWalker(before, after));
+    const auto makesHalves = [](uint32_t before, uint32_t after) {
+        return before < after && hasHalves(RunWalker(before, after));
     };
-    if (doubles(from.width(), to.width()) && doubles(from.height(), to.height()))
-        averageTwice<Channels>(from, to, progress);
+    if (makesHalves(from.width(), to.width()) && makesHalves(from.height(), to.height()))
+        averageHalves<Channels>(from, to, progress);
     else if (from.width() >= to.width())
         averageLines<Channels, AveragedLine<Channels>>(from, to, progress);
     else

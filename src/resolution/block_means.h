@@ -206,8 +206,12 @@ class BlockMeans
 
     explicit BlockMeans(const AreaView& source) noexcept : kernels_(*kernels().resample), source_(source) {}
 
-    // The blocks that `columns` cuts from some lines, starting at a pixel of the source. canMake() holds for them.
-    void make(const BlockColumns& columns, uint32_t first, Span lines, uint8_t* means) noexcept
+    // Where make() finds the columns of a plan if they have been summed before; there is room for 64 words more.
+    uint16_t* sums() { return sums_; }
+
+    // The blocks that `columns` cuts from some lines, starting at a pixel of the source. canMake() holds for them. Uses
+    // sums() up if the columns are `summed`.
+    void make(const BlockColumns& columns, uint32_t first, Span lines, bool summed, uint8_t* means) noexcept
     {
         BlockRule rule;
         for (unsigned kind = 0; kind < 2; ++kind) {
@@ -217,7 +221,10 @@ class BlockMeans
             rule.white[kind] = rule.marked[kind] ? largeMean(lines.length, width).ofFlat(255) : uint8_t{255};
         }
         const uint8_t* source = source_.at(first, lines.start);
-        if (kernels_.blockMeans(source, source_.lineStep(), lines.length, columns, rule, sums_, means, marks_))
+        const bool anyMark =
+            summed ? kernels_.meansOfSums(sums_, columns, rule, means, marks_)
+                   : kernels_.blockMeans(source, source_.lineStep(), lines.length, columns, rule, sums_, means, marks_);
+        if (anyMark)
             settleMarked(columns, lines, source, means);
     }
 
@@ -314,7 +321,7 @@ class BlockMeans
     const ResampleKernels& kernels_;
     const AreaView source_;
     LargeMean large_[2][2];
-    alignas(64) uint16_t sums_[BlockPlan<Channels>::componentLimit + 32];
+    alignas(64) uint16_t sums_[BlockPlan<Channels>::componentLimit + 64];
     alignas(64) uint8_t marks_[BlockPlan<Channels>::componentLimit + 64];
 };
 

@@ -307,19 +307,16 @@ void widenByRuns(const AreaView& source, const AreaView& destination, ProgressCa
     PickedLine<RepeatedBlockWalker> line(source, destination);
     const BitBlockKernels& blocks = *kernels().bitBlocks;
     uint8_t together[BitColumns::mostBytes];
-    scaleRows(
+    scaleRowsByRuns(
         source, destination, widthEnlarged, progress,
         [&](uint32_t j, Span lines) {
             const auto rowOf = [&](const BitPicks& plan) -> const uint8_t* {
-                const uint8_t* row = plan.row(lines.start);
-                if (lines.length == 1)
-                    return row;
-                blocks.andRows(row, source.lineStep(), lines.length, together, plan.bytes());
+                blocks.andRows(plan.row(lines.start), source.lineStep(), lines.length, together, plan.bytes());
                 return together;
             };
-            return line.makeFrom({lines.start, j, 1, {1}}, rowOf, 0);
+            line.makeFrom({lines.start, j, 1, {1}}, rowOf, 0);
         },
-        replicateLines(destination));
+        [&](const LineRuns& runs) { line.makeRuns(runs); });
 }
 
 } // namespace

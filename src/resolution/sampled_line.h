@@ -62,6 +62,31 @@ class SampledLine
         });
     }
 
+    // Makes some lines together, each from the first line of one of the next `blocks`, and sums their columns up:
+    // `sums` has room for 64 words more than a line has components. If it cannot be done, nothing is, and it returns
+    // false.
+    template <class LineBlocks>
+    bool makeSums(Span lines, LineBlocks& blocks, uint16_t* sums) noexcept
+    {
+        const PickedColumns<Channels>* const plan = columns_.whole();
+        if (plan == nullptr || plan->count != destination_.width() || lines.length > PickRows::most)
+            return false;
+        PickRows rows = {};
+        LineBlocks walker = blocks;
+        for (Span from; rows.count < lines.length && walker.next(from); ++rows.count)
+            rows.sources[rows.count] = source_.at(plan->sourceFirst, from.start);
+        if (rows.count < lines.length)
+            return false;
+        blocks = walker;
+        Span from;
+        for (unsigned r = 0; r < rows.count && walker.next(from); ++r)
+            rows.ahead[r] = source_.at(plan->sourceFirst, from.start) - rows.sources[r];
+        rows.destination = destination_.row(lines.start);
+        rows.step = destination_.lineStep();
+        picks_.pickSums(rows, plan->groups, plan->groupCount, sums);
+        return true;
+    }
+
   private:
     // How often every pixel is repeated if that is the same for all of them and has a form of its own: nibbles by whole
     // bytes, up to 8 times. 0 if not.

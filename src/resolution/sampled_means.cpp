@@ -1,7 +1,8 @@
 // Averaging of a sampled picture, for very strong reductions.
 //
-// The lines between are made as they are wanted, so that they are averaged while they are still in the cache; all of
-// them end up in the work area, as if it had been filled beforehand.
+// The lines between are made as they are wanted: the columns of those that become one line are summed up on their way
+// to the work area, or else averaged while they are still in the cache. All of them end up in the work area, as if it
+// had been filled beforehand.
 
 #include "resolution/averaged_line.h"
 #include "resolution/sampled_line.h"
@@ -28,6 +29,15 @@ class SampledLines
     {
     }
 
+    // Makes lines of which none has been made, and sums their columns up if it can; returns whether it has done so.
+    bool makeSums(Span lines, uint16_t* sums) noexcept
+    {
+        if (made_ != lines.start || !line_.makeSums(lines, blocks_, sums))
+            return false;
+        made_ += lines.length;
+        return true;
+    }
+
     // Makes the lines in front of `end` that are still missing, as far as the source goes.
     void makeUpTo(uint32_t end) noexcept
     {
@@ -49,9 +59,11 @@ void averageSamples(const AreaView& source, const AreaView& work, const AreaView
     const BlockWalker<float> blocks(work.height(), destination.height());
     SampledLines<Channels> samples(source, work);
     AveragedLine<Channels> means(work, destination, blocks.longest());
+    uint16_t* const sums = means.sums();
     reduceRows(blocks, destination.height(), progress, [&](uint32_t j, Span lines) {
+        const bool summed = sums != nullptr && samples.makeSums(lines, sums);
         samples.makeUpTo(lines.start + lines.length);
-        means.make(j, lines);
+        means.make(j, lines, summed);
     });
     samples.makeUpTo(work.height());
 }

@@ -275,6 +275,9 @@ class PlannedColumns
         }
     }
 
+    // The plan of all columns, if there is one.
+    const Plan* whole() const { return whole_ ? &plan_ : nullptr; }
+
   private:
     Walker begin_;
     bool whole_;

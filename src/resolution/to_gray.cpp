@@ -224,36 +224,34 @@ void repeatLevels(const MeanGray& gray, const AreaView& source, const AreaView& 
     });
 }
 
-uint8_t smoothed(unsigned before, unsigned level, unsigned after)
-{
-    return static_cast<uint8_t>((before + 6 * level + after + 4) / 8);
-}
+// Smoothing works in strips of the lines, which leave room on the stack for unsmoothed pixels.
+constexpr uint32_t smoothStrip = 4096;
 
 void smoothLine(uint8_t* line, uint32_t width) noexcept
 {
-    unsigned before = line[0];
-    for (uint32_t i = 0; i < width; ++i) {
-        const unsigned level = line[i];
-        line[i] = smoothed(before, level, i + 1 < width ? line[i + 1] : level);
-        before = level;
-    }
+    const ResampleKernels& resample = *kernels().resample;
+    uint8_t unsmoothed[smoothStrip + 2];
+    unsmoothed[0] = line[0];
+    walkChunks(width, smoothStrip, [&](uint32_t i, uint32_t n) {
+        std::memcpy(unsmoothed + 1, line + i, n);
+        unsmoothed[n + 1] = line[std::min(i + n, width - 1)];
+        resample.smooth(unsmoothed, unsmoothed + 1, unsmoothed + 2, line + i, n);
+        unsmoothed[0] = unsmoothed[n];
+    });
 }
 
-// In strips, which leave room on the stack for the unsmoothed lines.
 void smoothColumns(const AreaView& area, uint32_t width, uint32_t height) noexcept
 {
-    constexpr uint32_t strip = 4096;
-    uint8_t unsmoothed[2][strip];
-    walkChunks(width, strip, [&](uint32_t i, uint32_t n) {
+    const ResampleKernels& resample = *kernels().resample;
+    uint8_t unsmoothed[2][smoothStrip];
+    walkChunks(width, smoothStrip, [&](uint32_t i, uint32_t n) {
         std::memcpy(unsmoothed[1], area.at(i, 0), n);
         for (uint32_t j = 0; j < height; ++j) {
             uint8_t* line = area.at(i, j);
-            const uint8_t* before = unsmoothed[(j + 1) % 2];
             uint8_t* level = unsmoothed[j % 2];
             std::memcpy(level, line, n);
             const uint8_t* after = j + 1 < height ? area.at(i, j + 1) : level;
-            for (uint32_t k = 0; k < n; ++k)
-                line[k] = smoothed(before[k], level[k], after[k]);
+            resample.smooth(unsmoothed[(j + 1) % 2], level, after, line, n);
         }
     });
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <numeric>
 #include <vector>
 
 namespace lxtest
@@ -33,21 +34,27 @@ std::vector<uint8_t> noise(Random& random, size_t count)
     return bytes;
 }
 
+// A group of 1 to 64 components; steps from one to the next are at most `step`.
+lx::PickGroup randomGroup(Random& random, uint32_t base, uint32_t step)
+{
+    lx::PickGroup group = {};
+    group.base = base;
+    group.count = static_cast<uint8_t>(random.between(1, 64));
+    uint32_t offset = 0;
+    for (unsigned k = 0; k < group.count; ++k) {
+        group.last = group.offsets[k] = static_cast<uint8_t>(offset);
+        offset = std::min(offset + random.below(step + 1), 255U);
+    }
+    return group;
+}
+
 TEST(ResampleKernels, PickGroupsOfEverySpan)
 {
     forEachLevel([](const lx::Kernels& portable, const lx::Kernels& kernels) {
         Random random(1);
         for (int round = 0; round < 2000; ++round) {
-            lx::PickGroup group = {};
             const uint32_t first = random.below(5);
-            group.base = first + random.below(5);
-            group.count = static_cast<uint8_t>(random.between(1, 64));
-            const uint32_t step = random.below(6);
-            uint32_t offset = 0;
-            for (unsigned k = 0; k < group.count; ++k) {
-                group.last = group.offsets[k] = static_cast<uint8_t>(offset);
-                offset = std::min(offset + random.below(step + 1), 255U);
-            }
+            const lx::PickGroup group = randomGroup(random, first + random.below(5), random.below(6));
             const auto source = noise(random, size_t{group.base} - first + group.last + 1);
             std::vector<uint8_t> expected(group.count);
             std::vector<uint8_t> actual(group.count);
@@ -56,6 +63,46 @@ TEST(ResampleKernels, PickGroupsOfEverySpan)
             ASSERT_EQ(expected, actual);
         }
     });
+}
+
+// Every row by itself, and added up. Rows end where their memory does, and those picked lie upwards one after the
+// other.
+TEST(ResampleKernels, PickSums)
+{
+    Random random(8);
+    const lx::KernelLevels levels = lx::runnableKernels();
+    for (int round = 0; round < 1000; ++round) {
+        std::vector<lx::PickGroup> groups;
+        size_t components = 0;
+        const uint32_t step = random.below(6);
+        for (uint32_t k = random.between(1, 5), base = 0; k > 0; --k, base += groups.back().last + random.below(3)) {
+            groups.push_back(randomGroup(random, base, step));
+            components += groups.back().count;
+        }
+        lx::PickRows rows = {};
+        rows.count = random.between(1, lx::PickRows::most);
+        rows.step = -static_cast<ptrdiff_t>(components);
+        std::vector<std::vector<uint8_t>> sources;
+        std::vector<uint8_t> expected(rows.count * components);
+        std::vector<uint16_t> sums(components);
+        for (unsigned r = 0; r < rows.count; ++r) {
+            sources.push_back(noise(random, size_t{groups.back().base} + groups.back().last + 1));
+            rows.sources[r] = sources[r].data();
+            uint8_t* row = expected.data() + (rows.count - 1 - r) * components;
+            levels.tables[0]->pick->pick(rows.sources[r], 0, 0, row, groups.data(), groups.size());
+            for (size_t i = 0; i < components; ++i)
+                sums[i] = static_cast<uint16_t>(sums[i] + row[i]);
+        }
+        for (size_t k = 0; k < levels.count; ++k) {
+            std::vector<uint8_t> actual(expected.size());
+            std::vector<uint16_t> actualSums(components + 64);
+            rows.destination = actual.data() + (rows.count - 1) * components;
+            levels.tables[k]->pick->pickSums(rows, groups.data(), groups.size(), actualSums.data());
+            actualSums.resize(components);
+            ASSERT_EQ(actual, expected) << levels.tables[k]->level;
+            ASSERT_EQ(actualSums, sums) << levels.tables[k]->level;
+        }
+    }
 }
 
 TEST(ResampleKernels, PickNibbles)
@@ -140,6 +187,14 @@ struct BlockSample {
         return kernels.resample->blockMeans(source.data() + last, -static_cast<ptrdiff_t>(columns.components), rows,
                                             columns, rule, sums.data(), means.data(), marks.data());
     }
+
+    bool makeOfSums(const lx::Kernels& kernels, std::vector<uint8_t>& means, std::vector<uint8_t>& marks) const
+    {
+        std::vector<uint16_t> sums(columns.components + 32);
+        for (size_t i = 0; i < source.size(); ++i)
+            sums[i % columns.components] = static_cast<uint16_t>(sums[i % columns.components] + source[i]);
+        return kernels.resample->meansOfSums(sums.data(), columns, rule, means.data(), marks.data());
+    }
 };
 
 TEST(ResampleKernels, BlockMeans)
@@ -154,10 +209,13 @@ TEST(ResampleKernels, BlockMeans)
             std::vector<uint8_t> expectedMarks(count + 64);
             std::vector<uint8_t> actualMarks(count + 64);
             const bool any = sample.make(portable, expected, expectedMarks);
-            EXPECT_EQ(any, sample.make(kernels, actual, actualMarks));
-            ASSERT_EQ(expected, actual);
-            if (any) {
-                ASSERT_EQ(std::memcmp(expectedMarks.data(), actualMarks.data(), count), 0);
+            for (const auto make : {&BlockSample::make, &BlockSample::makeOfSums}) {
+                EXPECT_EQ(any, (sample.*make)(kernels, actual, actualMarks));
+                ASSERT_EQ(expected, actual);
+                if (any) {
+                    ASSERT_EQ(std::memcmp(expectedMarks.data(), actualMarks.data(), count), 0);
+                }
+                std::fill(actual.begin(), actual.end(), uint8_t{7});
             }
         }
     });
@@ -208,8 +266,8 @@ TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
                 kernels.ramp(pairs.from.data(), pairs.to.data(), actual.data(), 65536, t, length, 0);
                 ASSERT_EQ(expected, actual) << t << " of " << length;
                 const auto rampEach = [&](const std::vector<uint8_t>& times, uint32_t shorter) {
-                    kernels.rampPicked(pairs.pixels.data(), 0, 1, each.data(), pairs.groups.data(), pairs.groups.size(),
-                                       times.data(), shorter, 0);
+                    kernels.rampPicked({pairs.pixels.data(), 0, pairs.pixels.size(), 1}, each.data(),
+                                       pairs.groups.data(), pairs.groups.size(), times.data(), shorter, 0);
                 };
                 rampEach(narrow, length);
                 ASSERT_EQ(expected, each) << t << " of " << length;
@@ -219,6 +277,88 @@ TEST(ResampleKernels, RampsFollowTheRuleForAllLevels)
                 ASSERT_EQ(expected, each) << t << " of " << length << ", longer";
             }
         }
+    }
+}
+
+uint8_t half(uint8_t from, uint8_t to)
+{
+    return rampByDefinition(from, to, 1, 2);
+}
+
+// Pixels of a row with runs of one and two, so many of a hundred being runs of two.
+struct HalvesSample {
+    uint32_t first;
+    unsigned channels;
+    size_t components;
+    std::vector<lx::PickGroup> groups;
+    std::vector<std::pair<size_t, size_t>> between = {}; // the two components that each one lies between
+
+    HalvesSample(Random& random, unsigned channelCount, uint32_t pixels, uint32_t twos)
+        : first(random.below(5)), channels(channelCount), components(size_t{pixels} * channels)
+    {
+        for (uint32_t pixel = 0; pixel < pixels; ++pixel) {
+            add(random, pixel, pixel, 0);
+            if (random.chance(twos))
+                add(random, pixel, pixel + 1 < pixels ? pixel + 1 : pixel, 64);
+        }
+    }
+
+    void add(Random& random, uint32_t pixel, uint32_t next, unsigned mark)
+    {
+        if (groups.empty() || groups.back().count + channels > lx::PickGroup::lanes || random.below(50) == 0) {
+            groups.emplace_back();
+            groups.back().base = first + pixel * channels;
+        }
+        lx::PickGroup& group = groups.back();
+        for (unsigned c = 0; c < channels; ++c) {
+            group.last = static_cast<uint8_t>(first + pixel * channels + c - group.base);
+            group.offsets[group.count++] = static_cast<uint8_t>(group.last + mark);
+            between.emplace_back(pixel * channels + c, next * channels + c);
+        }
+    }
+
+    // Makes them of two rows at every level.
+    void check(const uint8_t* top, const uint8_t* bottom) const
+    {
+        std::vector<uint8_t> expected;
+        for (const auto& [own, next] : between)
+            expected.push_back(half(half(top[own], top[next]), half(bottom[own], bottom[next])));
+        const lx::KernelLevels levels = lx::runnableKernels();
+        for (size_t k = 0; k < levels.count; ++k) {
+            std::vector<uint8_t> actual(expected.size());
+            levels.tables[k]->enlarge->rampHalves({top, first, components, channels}, bottom, actual.data(),
+                                                  groups.data(), groups.size());
+            ASSERT_EQ(expected, actual) << levels.tables[k]->level;
+        }
+    }
+};
+
+TEST(ResampleKernels, HalvesFollowTheRuleForAllLevels)
+{
+    Random random(9);
+    const LevelPairs pairs;
+    const std::vector<uint8_t> copy = pairs.pixels;
+    // All pairs one above the other as well, in two pixels each.
+    std::vector<uint8_t> from(131072);
+    std::vector<uint8_t> to(131072);
+    for (size_t k = 0; k < from.size(); ++k) {
+        from[k] = pairs.from[k / 2];
+        to[k] = pairs.to[k / 2];
+    }
+    const HalvesSample sample(random, 1, 131072, 100);
+    sample.check(pairs.pixels.data(), pairs.pixels.data());
+    sample.check(pairs.pixels.data(), copy.data());
+    sample.check(from.data(), to.data());
+}
+
+TEST(ResampleKernels, HalvesOfAnyRow)
+{
+    Random random(10);
+    for (int round = 0; round < 2000; ++round) {
+        const HalvesSample sample(random, random.chance(50) ? 1 : 3, random.between(1, 300), random.below(101));
+        const auto top = noise(random, sample.components);
+        sample.check(top.data(), top.data());
+        sample.check(top.data(), noise(random, sample.components).data());
     }
 }
 
@@ -298,6 +438,25 @@ TEST(ResampleKernels, JoinColumns)
             ASSERT_EQ(expected, actual) << "box of " << box;
         }
     });
+}
+
+TEST(ResampleKernels, SmoothEveryThreeLevels)
+{
+    std::vector<uint8_t> level(256);
+    std::iota(level.begin(), level.end(), uint8_t{0});
+    std::vector<uint8_t> smoothed(256);
+    const lx::KernelLevels levels = lx::runnableKernels();
+    for (size_t k = 0; k < levels.count; ++k) {
+        for (unsigned before = 0; before < 256; ++before) {
+            for (unsigned after = 0; after < 256; ++after) {
+                const std::vector<uint8_t> left(256, static_cast<uint8_t>(before));
+                const std::vector<uint8_t> right(256, static_cast<uint8_t>(after));
+                levels.tables[k]->resample->smooth(left.data(), level.data(), right.data(), smoothed.data(), 256);
+                for (unsigned i = 0; i < 256; ++i)
+                    ASSERT_EQ(smoothed[i], (before + 6 * i + after + 4) / 8) << levels.tables[k]->level;
+            }
+        }
+    }
 }
 
 } // namespace

@@ -151,20 +151,6 @@ TEST(Averaging, RampsTowardsTheNextPixel)
     EXPECT_TRUE(samePicture(gray({"0b 0e 12 12"}), scaled(averaging, gray({"0a 10", "0d 15"}), 4, 1)));
 }
 
-TEST(Averaging, LongRunsRampAlike)
-{
-    // 65 and more take another way than shorter runs.
-    for (const uint32_t length : {63U, 64U, 65U, 200U}) {
-        const Picture ramp = scaled(averaging, gray({"ff 07 80"}), 3 * length, 1);
-        for (uint32_t t = 0; t < length; ++t) {
-            const float step = 1.0F / static_cast<float>(length);
-            EXPECT_EQ(ramp.at(t, 0), static_cast<uint32_t>(255 + t * static_cast<double>(-248.0F * step)));
-            EXPECT_EQ(ramp.at(length + t, 0), static_cast<uint32_t>(7 + t * static_cast<double>(121.0F * step)));
-            EXPECT_EQ(ramp.at(2 * length + t, 0), 128U);
-        }
-    }
-}
-
 TEST(Interpolation, HasTheKnownLevels)
 {
     // Positions 0, 1/2, 1, 3/2; the last has no right neighbour.

@@ -159,6 +159,38 @@ TEST(SmoothedToGray, SpreadsEachLevel)
                             grayOf(source, 5, 5, 3)));
 }
 
+// Along the lines, then along the columns, pixels at the border counting twice.
+Picture smoothed(const Picture& picture)
+{
+    const auto weigh = [](uint32_t before, uint32_t level, uint32_t after) {
+        return (before + 6 * level + after + 4) / 8;
+    };
+    const uint32_t right = picture.width - 1;
+    const uint32_t bottom = picture.height - 1;
+    Picture lines = picture;
+    for (uint32_t j = 0; j <= bottom; ++j)
+        for (uint32_t i = 0; i <= right; ++i)
+            lines.at(i, j) = weigh(picture.at(i - (i > 0), j), picture.at(i, j), picture.at(i + (i < right), j));
+    Picture both = lines;
+    for (uint32_t j = 0; j <= bottom; ++j)
+        for (uint32_t i = 0; i <= right; ++i)
+            both.at(i, j) = weigh(lines.at(i, j - (j > 0)), lines.at(i, j), lines.at(i, j + (j < bottom)));
+    return both;
+}
+
+TEST(SmoothedToGray, WeighsTheMeans)
+{
+    Random random(35);
+    const uint32_t widths[] = {1, 2, 3, 63, 64, 65, 200, 4095, 4096, 4097, 8193, 9000};
+    for (const uint32_t width : widths) {
+        for (const uint32_t height : {1, 2, 9}) {
+            const Picture source = Picture::random(random, IMAGE_TYPE_BW, width * 2, height * 2);
+            ASSERT_TRUE(samePicture(smoothed(grayOf(source, width, height)), grayOf(source, width, height, 3)))
+                << width << " x " << height;
+        }
+    }
+}
+
 TEST(SmoothedToGray, KeepsFlatAreasAndTheMeanLevel)
 {
     EXPECT_EQ(grayOf(Picture(IMAGE_TYPE_BW, 40, 40, 1), 11, 13, 3), Picture(IMAGE_TYPE_256GRAY, 11, 13, 255));
