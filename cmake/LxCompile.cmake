@@ -1,4 +1,5 @@
-# Compiler settings shared by every target of the project: lx_compile(target) applies them.
+# Compiler settings shared by every target of the project: lx_compile(target) applies them, and lx_fuzz(target) those for
+# what the fuzzers explore.
 #
 # Contraction into fused multiply-adds would change results, so it is off everywhere, the tests and tools included.
 
@@ -27,4 +28,11 @@ function(lx_compile target)
     endif()
     set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden C_VISIBILITY_PRESET hidden
                                                VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
+
+# Lets the fuzzers, if they are built, see which branches their inputs take.
+function(lx_fuzz target)
+    if(LX_BUILD_FUZZERS)
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+    endif()
 endfunction()

@@ -141,7 +141,7 @@ TEST(Palette, HasTheFixedColors)
                 EXPECT_EQ(std::memcmp(palette.entries[entry.index], expected, 3), 0) << type << ", " << entry.index;
             }
         }
-        const uint8_t* unused = palette.entries[0] + 3 * palette.count;
+        const auto* unused = reinterpret_cast<const uint8_t*>(palette.entries + palette.count);
         EXPECT_EQ(std::count(unused, unused + 768 - 3 * palette.count, 0xA5), 768 - 3 * palette.count);
     }
 }

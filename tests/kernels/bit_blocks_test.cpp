@@ -194,7 +194,7 @@ TEST_P(BitBlockLevels, Repeat)
     for (unsigned k = 0; k < 14; ++k) {
         const unsigned bits = k < 7 ? 1 : 4;
         const unsigned times = k % 7 + 2;
-        for (const size_t bytes : {1, 2, 31, 63, 64, 65, 97, 128, 200}) {
+        for (const size_t bytes : {1U, 2U, 31U, 63U, 64U, 65U, 97U, 128U, 200U}) {
             GuardedArray<uint8_t> source(bytes * Runs::count);
             random.fill(source.data(), source.size());
             Runs runs(random, bytes * times);

@@ -127,15 +127,11 @@ TEST(Averaging, LargeBlocksAmongOthers)
     for (const auto& [from, to] : {std::pair(2480U, 595U), {700U, 101U}, {97U, 10U}}) {
         const Picture source = Picture::random(random, IMAGE_TYPE_256GRAY, from, 5);
         const Picture means = scaled(averaging, source, to, 1);
-        const Picture starts = scaled(
-            sampling,
-            [&] {
-                Picture columns(IMAGE_TYPE_16MRGB, from, 1);
-                for (uint32_t i = 0; i < from; ++i)
-                    columns.at(i, 0) = i;
-                return columns;
-            }(),
-            to, 1, 0xFFFFFF);
+        Picture columns(IMAGE_TYPE_16MRGB, from, 1);
+        for (uint32_t i = 0; i < from; ++i) {
+            columns.at(i, 0) = i;
+        }
+        const Picture starts = scaled(sampling, columns, to, 1, 0xFFFFFF);
         for (uint32_t k = 0; k + 1 < to; ++k) {
             const uint32_t start = starts.at(k, 0);
             const uint32_t width = starts.at(k + 1, 0) - start;

@@ -183,7 +183,7 @@ TEST(SmoothedToGray, WeighsTheMeans)
     Random random(35);
     const uint32_t widths[] = {1, 2, 3, 63, 64, 65, 200, 4095, 4096, 4097, 8193, 9000};
     for (const uint32_t width : widths) {
-        for (const uint32_t height : {1, 2, 9}) {
+        for (const uint32_t height : {1U, 2U, 9U}) {
             const Picture source = Picture::random(random, IMAGE_TYPE_BW, width * 2, height * 2);
             ASSERT_TRUE(samePicture(smoothed(grayOf(source, width, height)), grayOf(source, width, height, 3)))
                 << width << " x " << height;

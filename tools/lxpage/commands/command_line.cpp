@@ -1,5 +1,6 @@
-#include "commands/command_line.h"
+// The parser of all commands, and where every failure becomes an exit code and one line on standard error.
 
+#include "commands/command_line.h"
 #include "commands/list.h"
 
 #include <CLI/CLI.hpp>
@@ -27,6 +28,12 @@ constexpr const char* kFooter =
     "  5  the input is of a kind that is not supported\n"
     "  6  the page is too large (a side above 65500 pixels, or more memory than 4 GiB), or memory ran out\n"
     "  7  the output cannot be written";
+
+// In the order of the help.
+constexpr void (*kCommands[])(CLI::App& app) = {
+    addAngle, addColor,    addFullColor, addGray,  addHalftone, addMask,      addMedian, addPage,
+    addPaste, addQuantize, addRotate,    addScale, addSharpen,  addThumbnail, addTone,   addDemo,
+};
 
 ExitCode complain(ExitCode code, const char* message)
 {
@@ -60,7 +67,7 @@ ExitCode runCommandLine(int argumentCount, const char* const* arguments)
         CLI::App app(kDescription, "lxpage");
         app.set_version_flag("--version", "lxpage " LXPAGE_VERSION, "Print the version and exit");
         app.require_subcommand(0, 1); // so that a mistyped command is named in the complaint
-        for (const AddCommand add : commands()) {
+        for (const auto add : kCommands) {
             add(app);
         }
         app.footer(kFooter); // last, or every command would inherit it

@@ -2,7 +2,7 @@
 // command lines, printed as they run: what is shown here can be typed.
 
 #include "commands/command_line.h"
-#include "commands/page_run.h"
+#include "commands/list.h"
 #include "error.h"
 #include "files/page_file.h"
 #include "sample/sample_page.h"
@@ -16,12 +16,10 @@
 namespace lxpage
 {
 
-void addDemo(CLI::App& app);
-
 namespace
 {
 
-struct Options {
+struct DemoOptions {
     std::string directory = "demo";
     SamplePage page;
 };
@@ -108,7 +106,7 @@ void runStep(const std::string& step, const std::string& directory)
     }
 }
 
-void runDemo(const Options& options)
+void runDemo(const DemoOptions& options)
 {
     makeDirectory(options.directory);
     const std::string page = (std::filesystem::path(options.directory) / "page.png").string();
@@ -124,7 +122,7 @@ void runDemo(const Options& options)
 void addDemo(CLI::App& app)
 {
     CLI::App* command = app.add_subcommand("demo", "Make a sample page and take it through everything");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DemoOptions>();
     command->add_option("-o,--output", options->directory, "Directory for the pictures")
         ->type_name("DIR")
         ->capture_default_str();

@@ -2,10 +2,20 @@
 
 #include "error.h"
 
+#include <CLI/CLI.hpp>
 #include <sstream>
 
 namespace lxpage
 {
+
+void addFileArguments(CLI::App& command, FileArguments& files)
+{
+    command.add_option("IN", files.input, "Picture to read: TIFF, PNG, JPEG or PNM")->required()->type_name("");
+    command.add_option("OUT", files.output, "Picture to write: .png, .tif or .tiff")->required()->type_name("");
+    command.add_option("--page", files.page, "Take one page of a TIFF, counted from 1 (otherwise all of them)")
+        ->check(CLI::PositiveNumber);
+    command.add_flag("--time", files.time, "Print the milliseconds that each page takes, without reading and writing");
+}
 
 void addNamed(CLI::App& command, const char* option, std::string& value, const std::vector<std::string>& names,
               const char* text)

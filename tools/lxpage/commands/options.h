@@ -1,12 +1,18 @@
-// Kinds of options that several commands have.
+// Arguments and kinds of options that several commands have.
 #ifndef LXPAGE_OPTIONS_H
 #define LXPAGE_OPTIONS_H
 
-#include <CLI/CLI.hpp>
+#include "page_run.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
+
+namespace CLI
+{
+class App;
+}
 
 namespace lxpage
 {
@@ -20,6 +26,9 @@ std::vector<std::string> namesOf(const std::map<std::string, Value>& values)
     }
     return names;
 }
+
+// `IN OUT --page N --time`.
+void addFileArguments(CLI::App& command, FileArguments& files);
 
 // An option that takes one of several names.
 void addNamed(CLI::App& command, const char* option, std::string& value, const std::vector<std::string>& names,

@@ -2,11 +2,12 @@
 //
 // Every input is one document: its bilevel pages are stored in DIR/NAME.tif, the preview of each page beside it.
 
-#include "commands/page_run.h"
+#include "commands/list.h"
 #include "error.h"
 #include "files/page_file.h"
 #include "gray.h"
 #include "halftone.h"
+#include "page_run.h"
 #include "rotate.h"
 #include "scale.h"
 #include "slant.h"
@@ -22,14 +23,12 @@
 namespace lxpage
 {
 
-void addPage(CLI::App& app);
-
 namespace
 {
 
 namespace fs = std::filesystem;
 
-struct Options {
+struct PageOptions {
     std::vector<std::string> inputs;
     std::string directory;
     double dpi = 200;
@@ -85,7 +84,7 @@ Image atResolution(const Image& bilevel, double dpi, ProgressBar& bar)
     return scale(bilevel, suitableMethod(bilevel), scaledSize(bilevel, {.dpi = dpi}), bar);
 }
 
-FinishedPage finished(const Image& page, const Options& options, const std::string& label)
+FinishedPage finished(const Image& page, const PageOptions& options, const std::string& label)
 {
     Road road(label);
     HalftoneSettings settings;
@@ -124,7 +123,7 @@ void print(const FinishedPage& page, const std::string& name)
     std::fflush(stdout);
 }
 
-void writePictures(const Image& page, const FinishedPage& done, const Options& options, const std::string& stem)
+void writePictures(const Image& page, const FinishedPage& done, const PageOptions& options, const std::string& stem)
 {
     writePage(stem + "-thumbnail.png", done.thumbnail);
     if (options.overlay && done.slant.width != 0 && done.slant.height != 0) {
@@ -137,7 +136,7 @@ void writePictures(const Image& page, const FinishedPage& done, const Options& o
     }
 }
 
-void processDocument(const std::string& input, const Options& options)
+void processDocument(const std::string& input, const PageOptions& options)
 {
     const std::string stem = (fs::path(options.directory) / fs::path(input).stem()).string();
     const auto source = openPages(input);
@@ -156,7 +155,7 @@ void processDocument(const std::string& input, const Options& options)
 }
 
 // Two documents of one name would overwrite each other, and one in the output directory itself.
-void refuseClashes(const Options& options)
+void refuseClashes(const PageOptions& options)
 {
     std::set<std::string> stems;
     for (const std::string& input : options.inputs) {
@@ -171,7 +170,7 @@ void refuseClashes(const Options& options)
     }
 }
 
-void run(const Options& options)
+void run(const PageOptions& options)
 {
     refuseClashes(options);
     makeDirectory(options.directory);
@@ -187,7 +186,7 @@ void addPage(CLI::App& app)
 {
     CLI::App* command =
         app.add_subcommand("page", "Straighten scans, make them bilevel at one resolution, and preview");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<PageOptions>();
     command->add_option("IN", options->inputs, "Pictures to read: TIFF, PNG, JPEG or PNM")->required()->type_name("");
     command->add_option("-o,--output", options->directory, "Directory for NAME.tif and NAME-thumbnail.png")
         ->type_name("DIR")

@@ -1,23 +1,27 @@
-// `lxpage angle`: by how many degrees pages lie askew.
+// How pages lie: `lxpage angle` tells by how many degrees they are askew, for people or as JSON, and `lxpage rotate`
+// turns them, by quarter turns or by any angle.
 
+#include "commands/list.h"
+#include "commands/options.h"
 #include "error.h"
 #include "files/page_file.h"
+#include "page_run.h"
 #include "progress_bar.h"
+#include "rotate.h"
 #include "slant.h"
 
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 
 namespace lxpage
 {
 
-void addAngle(CLI::App& app);
-
 namespace
 {
 
-struct Options {
+struct AngleOptions {
     std::vector<std::string> inputs;
     bool json = false;
 };
@@ -63,7 +67,7 @@ auto watched(const Image& page, Measure measure)
     return measure(page, bar.part(0, 1));
 }
 
-void printAngles(const Options& options)
+void printAngles(const AngleOptions& options)
 {
     bool isFirst = true;
     for (const std::string& path : options.inputs) {
@@ -92,10 +96,43 @@ void printAngles(const Options& options)
 void addAngle(CLI::App& app)
 {
     CLI::App* command = app.add_subcommand("angle", "Tell the degrees clockwise that straighten each page");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<AngleOptions>();
     command->add_option("IN", options->inputs, "Pictures to read: TIFF, PNG, JPEG or PNM")->required()->type_name("");
     command->add_flag("--json", options->json, "For machines: with the band and the edges that show the angle");
     command->callback([options] { printAngles(*options); });
+}
+
+namespace
+{
+
+struct RotateOptions {
+    FileArguments files;
+    double angle = 0;
+    bool grow = false;
+};
+
+} // namespace
+
+void addRotate(CLI::App& app)
+{
+    CLI::App* command = app.add_subcommand("rotate", "Turn a page clockwise, by quarter turns or by any angle");
+    const auto options = std::make_shared<RotateOptions>();
+    addFileArguments(*command, options->files);
+    command
+        ->add_option("--angle", options->angle,
+                     "Degrees clockwise; multiples of 90 turn the page exactly,\n"
+                     "other angles leave its size and fill the corners with white")
+        ->check(CLI::Number.description(""))
+        ->required();
+    command->add_flag("--grow", options->grow, "Make the page large enough for all of the turned one");
+    command->callback([options] {
+        if (!std::isfinite(options->angle)) {
+            throw PageError(ExitCode::Usage, "--angle must be a number");
+        }
+        processPages(options->files, "rotate", [&](const Image& page, ProgressBar& bar) {
+            return turned(page, options->angle, options->grow, bar);
+        });
+    });
 }
 
 } // namespace lxpage

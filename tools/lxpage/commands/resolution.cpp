@@ -1,8 +1,12 @@
-// `lxpage scale`: a page of any kind made smaller or larger.
+// What makes pages smaller or larger: `lxpage scale`, for pages of any kind and by any method, and `lxpage thumbnail`,
+// a preview in gray for bilevel pages and in colour for coloured ones.
 
-#include "scale.h"
-#include "commands/page_run.h"
+#include "commands/list.h"
+#include "commands/options.h"
 #include "error.h"
+#include "page_run.h"
+#include "scale.h"
+#include "thumbnail.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -11,12 +15,10 @@
 namespace lxpage
 {
 
-void addScale(CLI::App& app);
-
 namespace
 {
 
-struct Options {
+struct ScaleOptions {
     FileArguments files;
     ScaleTarget target;
     std::string size;
@@ -52,7 +54,7 @@ std::string joined(const std::vector<std::string>& names)
     return text;
 }
 
-void addOptions(CLI::App& command, Options& options)
+void addOptions(CLI::App& command, ScaleOptions& options)
 {
     addFileArguments(command, options.files);
     CLI::Option_group* size = command.add_option_group("Size", "One of these");
@@ -76,7 +78,7 @@ void addOptions(CLI::App& command, Options& options)
 void addScale(CLI::App& app)
 {
     CLI::App* command = app.add_subcommand("scale", "Make a page smaller or larger");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ScaleOptions>();
     addOptions(*command, *options);
     command->callback([options] {
         if (!options->size.empty()) {
@@ -87,6 +89,29 @@ void addScale(CLI::App& app)
                 options->method.empty() ? suitableMethod(page) : scaleMethodNamed(options->method);
             return scale(page, method, scaledSize(page, options->target), bar);
         });
+    });
+}
+
+namespace
+{
+
+struct ThumbnailOptions {
+    FileArguments files;
+    uint32_t side = 200;
+};
+
+} // namespace
+
+void addThumbnail(CLI::App& app)
+{
+    CLI::App* command = app.add_subcommand("thumbnail", "Make a small preview of a page");
+    const auto options = std::make_shared<ThumbnailOptions>();
+    addFileArguments(*command, options->files);
+    command->add_option("--side", options->side, "Pixels of the longer side, 200 if not given")
+        ->check(CLI::Range(1U, kMaxSide).description(""));
+    command->callback([options] {
+        processPages(options->files, "thumbnail",
+                     [&](const Image& page, ProgressBar& bar) { return thumbnail(page, options->side, bar); });
     });
 }
 

@@ -1,4 +1,4 @@
-// What commands that turn one picture file into another have in common: `IN OUT --page N`, and the walk over the pages.
+// The walk over the pages of a file, for commands that turn one picture file into another.
 #ifndef LXPAGE_PAGE_RUN_H
 #define LXPAGE_PAGE_RUN_H
 
@@ -8,11 +8,6 @@
 #include <chrono>
 #include <functional>
 #include <string>
-
-namespace CLI
-{
-class App;
-}
 
 namespace lxpage
 {
@@ -30,14 +25,13 @@ class Stopwatch
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
+// What the user says of the files: `IN OUT --page N --time`.
 struct FileArguments {
     std::string input;
     std::string output;
     unsigned page = 0; // 0: all
     bool time = false;
 };
-
-void addFileArguments(CLI::App& command, FileArguments& files);
 
 using PageStep = std::function<Image(const Image& page, ProgressBar& bar)>;
 

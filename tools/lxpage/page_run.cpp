@@ -1,9 +1,8 @@
-#include "commands/page_run.h"
+#include "page_run.h"
 
 #include "error.h"
 #include "files/page_file.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <optional>
 
@@ -27,15 +26,6 @@ Image timed(const Image& page, const std::string& label, bool print, const PageS
 }
 
 } // namespace
-
-void addFileArguments(CLI::App& command, FileArguments& files)
-{
-    command.add_option("IN", files.input, "Picture to read: TIFF, PNG, JPEG or PNM")->required()->type_name("");
-    command.add_option("OUT", files.output, "Picture to write: .png, .tif or .tiff")->required()->type_name("");
-    command.add_option("--page", files.page, "Take one page of a TIFF, counted from 1 (otherwise all of them)")
-        ->check(CLI::PositiveNumber);
-    command.add_flag("--time", files.time, "Print the milliseconds that each page takes, without reading and writing");
-}
 
 void processPages(const FileArguments& files, const std::string& label, const PageStep& step)
 {
