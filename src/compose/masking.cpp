@@ -59,45 +59,33 @@ void maskBytes(bool tint, const AreaView& area, const uint8_t* pixel, ProgressCa
     });
 }
 
-int8_t MaskBW(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
+void MaskBW(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
 {
-    if (image.type != IMAGE_TYPE_BW)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView area(image);
     const uint8_t gray = grayByWeights(color);
     maskPacked(tint, area, progress,
                [&](uint32_t j) { return turnedTo(area.phase(), FixedDitherTable::bits(j, gray)); });
-    return IMAGE_STATUS_OK;
 }
 
-int8_t Mask256Gray(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
+void Mask256Gray(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
 {
-    if (image.type != IMAGE_TYPE_256GRAY)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const uint8_t gray = grayByWeights(color);
     maskBytes(tint, AreaView(image), &gray, progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t Mask8RGB(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
+void Mask8RGB(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
 {
-    if (image.type != IMAGE_TYPE_8RGB)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView area(image);
     const auto twoPixels = static_cast<uint8_t>(primariesOf(color) * 0x11);
     maskPacked(tint, area, progress, [=](uint32_t) { return twoPixels; });
-    return IMAGE_STATUS_OK;
 }
 
-int8_t Mask16MRGB(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
+void Mask16MRGB(bool tint, const uint8_t* color, const ImageArea& image, ProgressCallback progress)
 {
-    if (image.type != IMAGE_TYPE_16MRGB)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView area(image);
     const unsigned red = area.blueFirst() ? 2 : 0;
     const uint8_t pixel[3] = {color[red], color[1], color[2 - red]};
     maskBytes(tint, area, pixel, progress);
-    return IMAGE_STATUS_OK;
 }
 
 } // namespace
@@ -109,15 +97,19 @@ using namespace lx;
 int8_t lxMaskingBySpecificationColor(uint16_t tint, const uint8_t* color, const ImageArea* area,
                                      ProgressCallback progress) noexcept
 {
+    const auto mask = [&](auto worker) -> int8_t {
+        worker(tint != 0, color, *area, progress);
+        return IMAGE_STATUS_OK;
+    };
     switch (area->type) {
     case IMAGE_TYPE_BW:
-        return MaskBW(tint != 0, color, *area, progress);
+        return mask(MaskBW);
     case IMAGE_TYPE_256GRAY:
-        return Mask256Gray(tint != 0, color, *area, progress);
+        return mask(Mask256Gray);
     case IMAGE_TYPE_8RGB:
-        return Mask8RGB(tint != 0, color, *area, progress);
+        return mask(Mask8RGB);
     case IMAGE_TYPE_16MRGB:
-        return Mask16MRGB(tint != 0, color, *area, progress);
+        return mask(Mask16MRGB);
     default:
         return IMAGE_STATUS_BAD_ARGUMENT;
     }

@@ -77,11 +77,9 @@ void pasteBits(const PastedImage& source, const AreaView& destination, const Ind
     });
 }
 
-int8_t SynthesizeToBW(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
-                      ProgressCallback progress)
+void SynthesizeToBW(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
+                    ProgressCallback progress)
 {
-    if (destination.type != IMAGE_TYPE_BW)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const PastedImage source(image, palette);
     const AreaView to(destination);
     ToBW convert(source);
@@ -96,25 +94,19 @@ int8_t SynthesizeToBW(const ImageArea& image, const ColorPalette* palette, const
         mapToPacked(
             source.area, to, progress, [&](const uint8_t* in, uint8_t* out, uint32_t n) { convert.pack(in, out, n); },
             [&] { convert.endLine(); });
-    return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeToBWWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
-                             const ImageArea& destination, ProgressCallback progress)
+void SynthesizeToBWWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
+                           const ImageArea& destination, ProgressCallback progress)
 {
-    if (destination.type != IMAGE_TYPE_BW)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const PastedImage source(image, palette);
     ToBW convert(source);
     overlay(source, key, AreaView(destination), convert, progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo256Gray(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
-                           ProgressCallback progress)
+void SynthesizeTo256Gray(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
+                         ProgressCallback progress)
 {
-    if (destination.type != IMAGE_TYPE_256GRAY)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const PastedImage source(image, palette);
     const To256Gray convert(source, To256Gray::Rule::thirds);
     const AreaView to(destination);
@@ -125,53 +117,41 @@ int8_t SynthesizeTo256Gray(const ImageArea& image, const ColorPalette* palette, 
         copyLines(source.area, to, progress);
     else
         paste(source, to, convert, progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo256GrayWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
-                                  const ImageArea& destination, ProgressCallback progress)
+void SynthesizeTo256GrayWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
+                                const ImageArea& destination, ProgressCallback progress)
 {
-    if (destination.type != IMAGE_TYPE_256GRAY)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const PastedImage source(image, palette);
     const To256Gray convert(source, To256Gray::Rule::weights);
     if (source.fullColor())
         overlay(source, key, AreaView(destination), convert, progress);
     else
         overlayIndices(source, key, AreaView(destination), convert.levels(), progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo8RGB(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
-                        ProgressCallback progress)
+void SynthesizeTo8RGB(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
+                      ProgressCallback progress)
 {
-    if (destination.type != IMAGE_TYPE_8RGB)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const PastedImage source(image, palette);
     const To8RGB convert(source);
     paste(source, AreaView(destination), convert, progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo8RGBWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
-                               const ImageArea& destination, ProgressCallback progress)
+void SynthesizeTo8RGBWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
+                             const ImageArea& destination, ProgressCallback progress)
 {
-    if (destination.type != IMAGE_TYPE_8RGB)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const PastedImage source(image, palette);
     const To8RGB convert(source);
     if (source.fullColor())
         overlay(source, key, AreaView(destination), convert, progress);
     else
         overlayIndices(source, key, AreaView(destination), convert.codes(), progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo16MRGB(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
-                          ProgressCallback progress)
+void SynthesizeTo16MRGB(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
+                        ProgressCallback progress)
 {
-    if (destination.type != IMAGE_TYPE_16MRGB)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const PastedImage source(image, palette);
     const AreaView to(destination);
     const To16MRGB convert(source, to);
@@ -179,26 +159,22 @@ int8_t SynthesizeTo16MRGB(const ImageArea& image, const ColorPalette* palette, c
         copyLines(source.area, to, progress);
     else
         paste(source, to, convert, progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t SynthesizeTo16MRGBWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
-                                 const ImageArea& destination, ProgressCallback progress)
+void SynthesizeTo16MRGBWithKey(const ImageArea& image, const ColorPalette* palette, const ColorKey& key,
+                               const ImageArea& destination, ProgressCallback progress)
 {
-    if (destination.type != IMAGE_TYPE_16MRGB)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const PastedImage source(image, palette);
     const AreaView to(destination);
     const To16MRGB convert(source, to);
     if (!source.fullColor() || convert.swaps()) {
         overlay(source, key, to, convert, progress);
-        return IMAGE_STATUS_OK;
+        return;
     }
     const TripleRange range = keyRangeOf(key, source.area);
     const ComposeKernels& compose = *kernels().compose;
     mapRows(source.area, to, progress,
             [&](const uint8_t* in, uint8_t* out, uint32_t n) { compose.overlayTriples(in, out, n, range); });
-    return IMAGE_STATUS_OK;
 }
 
 } // namespace
@@ -212,20 +188,22 @@ int8_t lxSynthesizeToSpecificationArea(uint16_t useKey, const ImageArea* source,
                                        ProgressCallback progress) noexcept
 {
     const ColorKey key = {keyColor, static_cast<uint8_t>(tolerance)};
-    const bool plain = useKey == 0;
+    const auto synthesize = [&](auto worker, auto workerWithKey) -> int8_t {
+        if (useKey == 0)
+            worker(*source, palette, *destination, progress);
+        else
+            workerWithKey(*source, palette, key, *destination, progress);
+        return IMAGE_STATUS_OK;
+    };
     switch (destination->type) {
     case IMAGE_TYPE_BW:
-        return plain ? SynthesizeToBW(*source, palette, *destination, progress)
-                     : SynthesizeToBWWithKey(*source, palette, key, *destination, progress);
+        return synthesize(SynthesizeToBW, SynthesizeToBWWithKey);
     case IMAGE_TYPE_256GRAY:
-        return plain ? SynthesizeTo256Gray(*source, palette, *destination, progress)
-                     : SynthesizeTo256GrayWithKey(*source, palette, key, *destination, progress);
+        return synthesize(SynthesizeTo256Gray, SynthesizeTo256GrayWithKey);
     case IMAGE_TYPE_8RGB:
-        return plain ? SynthesizeTo8RGB(*source, palette, *destination, progress)
-                     : SynthesizeTo8RGBWithKey(*source, palette, key, *destination, progress);
+        return synthesize(SynthesizeTo8RGB, SynthesizeTo8RGBWithKey);
     case IMAGE_TYPE_16MRGB:
-        return plain ? SynthesizeTo16MRGB(*source, palette, *destination, progress)
-                     : SynthesizeTo16MRGBWithKey(*source, palette, key, *destination, progress);
+        return synthesize(SynthesizeTo16MRGB, SynthesizeTo16MRGBWithKey);
     default:
         return IMAGE_STATUS_BAD_ARGUMENT;
     }
