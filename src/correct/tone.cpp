@@ -129,10 +129,8 @@ class ToneCurve
     uint8_t* entries_;
 };
 
-int8_t CorrectToneBilevel(const GammaTable& table, const ImageArea& image, ProgressCallback progress)
+void CorrectToneBilevel(const GammaTable& table, const ImageArea& image, ProgressCallback progress)
 {
-    if (image.type != IMAGE_TYPE_BW)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView area(image);
     const bool black = table.entries[0] >= 128;
     const bool white = table.entries[255] >= 128;
@@ -141,13 +139,10 @@ int8_t CorrectToneBilevel(const GammaTable& table, const ImageArea& image, Progr
     const BitKernels& bits = *kernels().bits;
     walkLines(area.height(), progress,
               [&](uint32_t j) { bits.changeBits(area.row(j), area.phase(), area.width(), keep, flip); });
-    return IMAGE_STATUS_OK;
 }
 
-int8_t CorrectToneBytes(const GammaTable& table, const ImageArea& image, ProgressCallback progress)
+void CorrectToneBytes(const GammaTable& table, const ImageArea& image, ProgressCallback progress)
 {
-    if (image.type != IMAGE_TYPE_256GRAY && image.type != IMAGE_TYPE_16MRGB)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView area(image);
     const size_t bytes = size_t{area.width()} * (area.bits() / 8);
     const PixelKernels& pixels = *kernels().pixels;
@@ -155,7 +150,6 @@ int8_t CorrectToneBytes(const GammaTable& table, const ImageArea& image, Progres
         uint8_t* row = area.row(j);
         pixels.lookup(row, row, bytes, table.entries);
     });
-    return IMAGE_STATUS_OK;
 }
 
 } // namespace
@@ -181,7 +175,15 @@ int8_t lxCreateGammaCorrectionTable(const CorrectionLevel* brightness, const Cor
 
 int8_t lxGammaCorrection(const GammaTable* table, const ImageArea* area, ProgressCallback progress) noexcept
 {
-    if (area->type == IMAGE_TYPE_BW)
-        return CorrectToneBilevel(*table, *area, progress);
-    return CorrectToneBytes(*table, *area, progress);
+    switch (area->type) {
+    case IMAGE_TYPE_BW:
+        CorrectToneBilevel(*table, *area, progress);
+        return IMAGE_STATUS_OK;
+    case IMAGE_TYPE_256GRAY:
+    case IMAGE_TYPE_16MRGB:
+        CorrectToneBytes(*table, *area, progress);
+        return IMAGE_STATUS_OK;
+    default:
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    }
 }

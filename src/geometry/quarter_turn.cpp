@@ -135,122 +135,116 @@ class QuarterTurn
 };
 
 template <class Transpose>
-int8_t turnQuarter(Turn turn, const ImageArea& source, const ImageArea& destination, ProgressCallback callback,
-                   Transpose transpose)
+void turnQuarter(Turn turn, const ImageArea& source, const ImageArea& destination, ProgressCallback callback,
+                 Transpose transpose)
 {
-    if (source.type != destination.type)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     Progress progress(callback);
     QuarterTurn(AreaView(source), AreaView(destination), turn, transpose).run(progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t turnQuarterOfColor(Turn turn, const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void turnQuarterOfColor(Turn turn, const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
     const bool swap = differInOrder(source, destination);
-    return turnQuarter(turn, source, destination, progress,
-                       [swap, triples = kernels().transpose->triples](const TransposeBlock& b) { triples(b, swap); });
+    turnQuarter(turn, source, destination, progress,
+                [swap, triples = kernels().transpose->triples](const TransposeBlock& b) { triples(b, swap); });
 }
 
 // Calls `reverse(j, n, destination column, destination line)` for rows of n pixels.
 template <class Reverse>
-int8_t turnHalf(const ImageArea& source, const ImageArea& destination, ProgressCallback callback, Reverse reverse)
+void turnHalf(const ImageArea& source, const ImageArea& destination, ProgressCallback callback, Reverse reverse)
 {
-    if (source.type != destination.type)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const Overlap overlap{AreaView(source), AreaView(destination)};
     if (overlap.width == 0)
-        return IMAGE_STATUS_OK;
+        return;
     walkLines(overlap.height, callback, [&](uint32_t j) {
         reverse(j, overlap.width, destination.width - overlap.width, destination.height - 1 - j);
     });
-    return IMAGE_STATUS_OK;
 }
 
 using ReversePacked = void (*)(const uint8_t*, unsigned, uint8_t*, unsigned, size_t);
 
-int8_t turnHalfOfPacked(const ImageArea& source, const ImageArea& destination, ProgressCallback progress,
-                        ReversePacked reverse)
+void turnHalfOfPacked(const ImageArea& source, const ImageArea& destination, ProgressCallback progress,
+                      ReversePacked reverse)
 {
     const AreaView from(source);
     const AreaView to(destination);
-    return turnHalf(source, destination, progress, [&](uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
+    turnHalf(source, destination, progress, [&](uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
         reverse(from.row(j), from.phase(), to.at(column, line), to.phase(column), n);
     });
 }
 
-int8_t RotateBilevel90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateBilevel90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnQuarter(Turn::clockwise, source, destination, progress, kernels().transpose->bits);
+    turnQuarter(Turn::clockwise, source, destination, progress, kernels().transpose->bits);
 }
 
-int8_t RotateBilevel180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateBilevel180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnHalfOfPacked(source, destination, progress, kernels().reverse->bits);
+    turnHalfOfPacked(source, destination, progress, kernels().reverse->bits);
 }
 
-int8_t RotateBilevel270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateBilevel270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnQuarter(Turn::counterClockwise, source, destination, progress, kernels().transpose->bits);
+    turnQuarter(Turn::counterClockwise, source, destination, progress, kernels().transpose->bits);
 }
 
-int8_t RotateNibble90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateNibble90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnQuarter(Turn::clockwise, source, destination, progress, kernels().transpose->nibbles);
+    turnQuarter(Turn::clockwise, source, destination, progress, kernels().transpose->nibbles);
 }
 
-int8_t RotateNibble180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateNibble180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnHalfOfPacked(source, destination, progress, kernels().reverse->nibbles);
+    turnHalfOfPacked(source, destination, progress, kernels().reverse->nibbles);
 }
 
-int8_t RotateNibble270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateNibble270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnQuarter(Turn::counterClockwise, source, destination, progress, kernels().transpose->nibbles);
+    turnQuarter(Turn::counterClockwise, source, destination, progress, kernels().transpose->nibbles);
 }
 
-int8_t RotateByte90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateByte90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnQuarter(Turn::clockwise, source, destination, progress, kernels().transpose->bytes);
+    turnQuarter(Turn::clockwise, source, destination, progress, kernels().transpose->bytes);
 }
 
-int8_t RotateByte180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateByte180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
     const AreaView from(source);
     const AreaView to(destination);
     const ReverseKernels& reverse = *kernels().reverse;
-    return turnHalf(source, destination, progress, [&](uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
+    turnHalf(source, destination, progress, [&](uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
         reverse.bytes(from.row(j), to.at(column, line), n);
     });
 }
 
-int8_t RotateByte270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateByte270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnQuarter(Turn::counterClockwise, source, destination, progress, kernels().transpose->bytes);
+    turnQuarter(Turn::counterClockwise, source, destination, progress, kernels().transpose->bytes);
 }
 
-int8_t RotateColor90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateColor90(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnQuarterOfColor(Turn::clockwise, source, destination, progress);
+    turnQuarterOfColor(Turn::clockwise, source, destination, progress);
 }
 
-int8_t RotateColor180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateColor180(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
     const AreaView from(source);
     const AreaView to(destination);
     const ReverseKernels& reverse = *kernels().reverse;
     const bool swap = differInOrder(source, destination);
-    return turnHalf(source, destination, progress, [&](uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
+    turnHalf(source, destination, progress, [&](uint32_t j, uint32_t n, uint32_t column, uint32_t line) {
         reverse.triples(from.row(j), to.at(column, line), n, swap);
     });
 }
 
-int8_t RotateColor270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateColor270(const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnQuarterOfColor(Turn::counterClockwise, source, destination, progress);
+    turnQuarterOfColor(Turn::counterClockwise, source, destination, progress);
 }
 
-using RotationWorker = int8_t (*)(const ImageArea&, const ImageArea&, ProgressCallback);
+using RotationWorker = void (*)(const ImageArea&, const ImageArea&, ProgressCallback);
 
 // By pixel type, then by angle from one quarter turn on.
 constexpr RotationWorker workers[][3] = {
@@ -271,5 +265,6 @@ int8_t lxRotationBySimpleAngle(uint16_t angle, const ImageArea* source, const Im
 {
     if (source->type != destination->type || !isPixelType(source->type) || angle < 1 || angle > 3)
         return IMAGE_STATUS_BAD_ARGUMENT;
-    return workers[source->type][angle - 1](*source, *destination, progress);
+    workers[source->type][angle - 1](*source, *destination, progress);
+    return IMAGE_STATUS_OK;
 }
