@@ -26,7 +26,11 @@ std::vector<std::string> writeSoundFiles(const std::function<std::string(const c
     writeTiffPage(path("plain.tif"), {"", 8, 3, PHOTOMETRIC_RGB});
     writeTiffPage(path("group4.tif"), {"", 1, 1, PHOTOMETRIC_MINISWHITE, COMPRESSION_CCITTFAX4});
     writeTiffPage(path("tiles.tif"), {"", 8, 1, PHOTOMETRIC_MINISBLACK, COMPRESSION_LZW, true});
-    return {"gray.png", "colour.png", "palette.png", "gray.jpg", "colour.jpg", "plain.tif", "group4.tif", "tiles.tif"};
+    writeTiffPage(path("pages.tif"), {"", 1});
+    writeTiffPage(path("pages.tif"), {"", 4}, "a");
+    writeTiffPage(path("pages.tif"), {"", 8}, "a");
+    return {"gray.png",  "colour.png", "palette.png", "gray.jpg", "colour.jpg",
+            "plain.tif", "group4.tif", "tiles.tif",   "pages.tif"};
 }
 
 TEST_F(Damage, FilesCutOffAnywhere)

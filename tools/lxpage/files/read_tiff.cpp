@@ -76,19 +76,21 @@ void TiffSource::throwDamaged() const
                                            (messages_.empty() ? std::string() : " (" + messages_.error + ")"));
 }
 
-// Previews and masks that accompany a page are no pages.
+// Previews and masks that accompany a page are no pages. Whether another directory follows is asked before going there:
+// afterwards, one that cannot be read looks like the end.
 void TiffSource::findPages()
 {
     std::vector<tdir_t> all;
-    do {
+    for (bool more = true; more;) {
         const tdir_t directory = TIFFCurrentDirectory(tiff_.get());
         all.push_back(directory);
         if (!(field<uint32_t>(tiff_.get(), TIFFTAG_SUBFILETYPE, 0) & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK))) {
             directories_.push_back(directory);
         }
-    } while (TIFFReadDirectory(tiff_.get()));
-    if (!TIFFLastDirectory(tiff_.get())) {
-        throwDamaged();
+        more = !TIFFLastDirectory(tiff_.get());
+        if (more && !TIFFReadDirectory(tiff_.get())) {
+            throwDamaged();
+        }
     }
     if (directories_.empty()) {
         directories_ = all;
