@@ -2,11 +2,12 @@
 
 #include "commands/command_line.h"
 #include "commands/list.h"
+#include "standard_streams.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
-#include <new>
+#include <sstream>
 
 namespace lxpage
 {
@@ -27,19 +28,13 @@ constexpr const char* kFooter =
     "  4  the input is truncated or damaged\n"
     "  5  the input is of a kind that is not supported\n"
     "  6  the page is too large (a side above 65500 pixels, or more memory than 4 GiB), or memory ran out\n"
-    "  7  the output cannot be written";
+    "  7  the output, a file or what is printed, cannot be written";
 
 // In the order of the help.
 constexpr void (*kCommands[])(CLI::App& app) = {
     addAngle, addColor,    addFullColor, addGray,  addHalftone, addMask,      addMedian, addPage,
     addPaste, addQuantize, addRotate,    addScale, addSharpen,  addThumbnail, addTone,   addDemo,
 };
-
-ExitCode complain(ExitCode code, const char* message)
-{
-    std::fprintf(stderr, "lxpage: %s\n", message);
-    return code;
-}
 
 ExitCode parseAndRun(CLI::App& app, int argumentCount, const char* const* arguments)
 {
@@ -50,11 +45,12 @@ ExitCode parseAndRun(CLI::App& app, int argumentCount, const char* const* argume
         }
         return ExitCode::Done;
     } catch (const CLI::Success& request) { // for help or the version
-        app.exit(request);
+        std::ostringstream text;
+        app.exit(request, text);
+        std::fputs(text.str().c_str(), stdout);
         return ExitCode::Done;
     } catch (const CLI::ParseError& error) {
-        complain(ExitCode::Usage, error.what());
-        std::fputs("Try `lxpage --help` or `lxpage COMMAND --help`.\n", stderr);
+        std::fprintf(stderr, "lxpage: %s\nTry `lxpage --help` or `lxpage COMMAND --help`.\n", error.what());
         return ExitCode::Usage;
     }
 }
@@ -71,13 +67,13 @@ ExitCode runCommandLine(int argumentCount, const char* const* arguments)
             add(app);
         }
         app.footer(kFooter); // last, or every command would inherit it
-        return parseAndRun(app, argumentCount, arguments);
-    } catch (const PageError& error) {
-        return complain(error.code(), error.what());
-    } catch (const std::bad_alloc&) {
-        return complain(ExitCode::TooLarge, "out of memory");
-    } catch (const std::exception& error) {
-        return complain(ExitCode::Internal, error.what());
+        const ExitCode code = parseAndRun(app, argumentCount, arguments);
+        if (code == ExitCode::Done) {
+            flushOutput();
+        }
+        return code;
+    } catch (const std::exception&) {
+        return complain();
     }
 }
 

@@ -6,6 +6,7 @@
 #include "error.h"
 #include "files/page_file.h"
 #include "sample/sample_page.h"
+#include "standard_streams.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -99,7 +100,7 @@ void runStep(const std::string& step, const std::string& directory)
         pointers.push_back(argument.c_str());
     }
     std::printf("\n");
-    std::fflush(stdout);
+    flushOutput();
     const ExitCode code = runCommandLine(static_cast<int>(pointers.size()), pointers.data());
     if (code != ExitCode::Done) {
         throw PageError(code, "the demonstration ends here");
