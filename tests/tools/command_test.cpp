@@ -45,6 +45,14 @@ TEST_F(CommandLine, WrongArguments)
                                               {"halftone", in, out, "--band-lines", "-1"},
                                               {"halftone", in, out, "--method", "fixed", "--band-lines", "9"},
                                               {"halftone", in, out, "--page", "0"},
+                                              {"scale", in, out, "--factor", "nan"},
+                                              {"scale", in, out, "--dpi", "nan"},
+                                              {"sharpen", in, out, "--gains", "1,nan,1,1"},
+                                              {"sharpen", in, out, "--gains", "inf"},
+                                              {"tone", in, out, "--gamma", "nan"},
+                                              {"page", in, "-o", path("done"), "--dpi", "nan"},
+                                              {"demo", "-o", path("demo"), "--dpi", "nan"},
+                                              {"demo", "-o", path("demo"), "--tilt", "nan"},
                                               {"demo", "-o", path("demo"), "--tilt", "46"}};
     for (const auto& arguments : cases) {
         const RunResult result = run(arguments);

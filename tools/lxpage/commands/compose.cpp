@@ -69,7 +69,7 @@ void addPaste(CLI::App& app)
         ->add_option("--tolerance", options->tolerance,
                      "How far levels may be from the key's and still be left out, in gray\n"
                      "and full-colour pictures")
-        ->check(CLI::Range(0u, 255u).description(""))
+        ->check(wholeNumberFrom(0, 255))
         ->capture_default_str();
     command->callback([command, options] {
         if (command->count("--tolerance") > 0 && options->key.empty()) {

@@ -74,7 +74,7 @@ void addGray(CLI::App& app)
         ->add_option("--window", options->window,
                      "Bilevel pages: the share of white in a square of this many pixels,\n"
                      "each pixel its top left corner; otherwise black and white stay")
-        ->check(CLI::Range(1, 0xFFFF).description(""));
+        ->check(wholeNumberFrom(1, 0xFFFF));
     command->callback([options] {
         processPages(options->files, "gray",
                      [&](const Image& page, ProgressBar& bar) { return inGray(page, *options, bar); });
@@ -83,6 +83,8 @@ void addGray(CLI::App& app)
 
 namespace
 {
+
+constexpr int32_t kMostRange = 1'000'000;
 
 struct HalftoneOptions {
     FileArguments files;
@@ -159,13 +161,14 @@ void addOptions(CLI::App& command, HalftoneOptions& options)
     addNamed(command, "--channel", options.channel, namesOf(channelNames),
              "Gray of colour pages: sum, red, green or blue");
     command.add_option("--band-lines", settings.bandLines, "Lines converted at a time; 0 takes the page at once")
-        ->check(CLI::Range(0u, kMaxSide).description(""))
+        ->check(wholeNumberFrom(0, kMaxSide))
         ->capture_default_str();
     command
         .add_option("--level", settings.threshold.level, "Threshold: from -range (all but black is white) to +range")
+        ->check(wholeNumberFrom(-kMostRange, kMostRange))
         ->capture_default_str();
     command.add_option("--range", settings.threshold.range, "Threshold: the scale of --level")
-        ->check(CLI::Range(1, 1'000'000).description(""))
+        ->check(wholeNumberFrom(1, kMostRange))
         ->capture_default_str();
     addNamed(command, "--matrix", options.matrix, matrixNames(), "Dither: bayer2, bayer4, bayer8, bayer16 or cluster");
     command
@@ -309,7 +312,7 @@ void addFullColor(CLI::App& app)
         ->add_option("--window", options->window,
                      "Smooth a page of 8 colours, as `quantize --colors 8` makes them, over\n"
                      "a square of this many pixels; other colours are taken for the nearest")
-        ->check(CLI::Range(1, 0xFFFF).description(""));
+        ->check(wholeNumberFrom(1, 0xFFFF));
     command->callback([options] {
         processPages(options->files, "full colour", [&](const Image& page, ProgressBar& bar) {
             return options->window == 0 ? toColor(page, bar.part(0, 1)) : descreened(page, options->window, bar);

@@ -58,7 +58,7 @@ void addTone(CLI::App& app)
     addFileArguments(*command, options->files);
     const auto addLevel = [&](const char* option, CorrectionLevel& setting, int32_t least, const char* text) {
         command->add_option(option, setting.level, text)
-            ->check(CLI::Range(least, fullScale).description(""))
+            ->check(wholeNumberFrom(least, fullScale))
             ->capture_default_str();
     };
     addLevel("--brightness", options->brightness, -fullScale, "From -100 to 100, half the scale darker or lighter");
@@ -101,7 +101,7 @@ void addColor(CLI::App& app)
     addFileArguments(*command, options->files);
     const auto addLevel = [&](const char* option, CorrectionLevel& setting, const char* text) {
         command->add_option(option, setting.level, text)
-            ->check(CLI::Range(-setting.maxLevel, setting.maxLevel).description(""))
+            ->check(wholeNumberFrom(-setting.maxLevel, setting.maxLevel))
             ->capture_default_str();
     };
     addLevel("--hue", options->hue, "Turn all colours by this many degrees, from -180 to 180");
@@ -120,6 +120,7 @@ namespace
 {
 
 constexpr uint16_t crossMode = 1;
+constexpr double kMostGain = 1000;
 
 struct SharpenOptions {
     FileArguments files;
@@ -170,6 +171,7 @@ void addSharpen(CLI::App& app)
                      "edges across and down; with --cross three: smoothing, bright, dark.\n"
                      "1 if not given")
         ->delimiter(',')
+        ->check(numberFrom(-kMostGain, kMostGain))
         ->type_name("NUMBERS");
     command->callback([options] {
         const MTFParameters parameters = parametersOf(*options);

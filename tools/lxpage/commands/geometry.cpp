@@ -11,7 +11,6 @@
 #include "slant.h"
 
 #include <CLI/CLI.hpp>
-#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -105,6 +104,8 @@ void addAngle(CLI::App& app)
 namespace
 {
 
+constexpr double kMostDegrees = 360'000;
+
 struct RotateOptions {
     FileArguments files;
     double angle = 0;
@@ -122,13 +123,10 @@ void addRotate(CLI::App& app)
         ->add_option("--angle", options->angle,
                      "Degrees clockwise; multiples of 90 turn the page exactly,\n"
                      "other angles leave its size and fill the corners with white")
-        ->check(CLI::Number.description(""))
+        ->check(numberFrom(-kMostDegrees, kMostDegrees))
         ->required();
     command->add_flag("--grow", options->grow, "Make the page large enough for all of the turned one");
     command->callback([options] {
-        if (!std::isfinite(options->angle)) {
-            throw PageError(ExitCode::Usage, "--angle must be a number");
-        }
         processPages(options->files, "rotate", [&](const Image& page, ProgressBar& bar) {
             return turned(page, options->angle, options->grow, bar);
         });

@@ -8,12 +8,45 @@
 namespace lxpage
 {
 
+namespace
+{
+
+constexpr int64_t kMostPages = 1'048'576; // that libtiff takes from a file
+
+template <typename Value>
+CLI::Validator valuesFrom(Value least, Value most, const char* kind)
+{
+    return {[=](const std::string& text) {
+                Value value;
+                // Not a number is within no limits.
+                if (CLI::detail::lexical_cast(text, value) && value >= least && value <= most) {
+                    return std::string();
+                }
+                std::ostringstream complaint;
+                complaint << "'" << text << "' is not a " << kind << " from " << least << " to " << most;
+                return complaint.str();
+            },
+            ""};
+}
+
+} // namespace
+
+CLI::Validator numberFrom(double least, double most)
+{
+    return valuesFrom(least, most, "number");
+}
+
+CLI::Validator wholeNumberFrom(int64_t least, int64_t most)
+{
+    return valuesFrom(least, most, "whole number");
+}
+
 void addFileArguments(CLI::App& command, FileArguments& files)
 {
     command.add_option("IN", files.input, "Picture to read: TIFF, PNG, JPEG or PNM")->required()->type_name("");
     command.add_option("OUT", files.output, "Picture to write: .png, .tif or .tiff")->required()->type_name("");
     command.add_option("--page", files.page, "Take one page of a TIFF, counted from 1 (otherwise all of them)")
-        ->check(CLI::PositiveNumber);
+        ->check(wholeNumberFrom(1, kMostPages));
     command.add_flag("--time", files.time, "Print the milliseconds that each page takes, without reading and writing");
 }
 

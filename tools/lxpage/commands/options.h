@@ -12,7 +12,8 @@
 namespace CLI
 {
 class App;
-}
+class Validator;
+} // namespace CLI
 
 namespace lxpage
 {
@@ -33,6 +34,10 @@ void addFileArguments(CLI::App& command, FileArguments& files);
 // An option that takes one of several names.
 void addNamed(CLI::App& command, const char* option, std::string& value, const std::vector<std::string>& names,
               const char* text);
+
+// Checks of options that take a number. The limits are within those of the option's type, and finite.
+CLI::Validator numberFrom(double least, double most);
+CLI::Validator wholeNumberFrom(int64_t least, int64_t most);
 
 // "1,2,3": `count` whole numbers from 0 to `most`; else throws a usage error that starts with the option's name.
 std::vector<uint32_t> numbersFrom(const std::string& option, const std::string& text, size_t count, uint32_t most);

@@ -3,6 +3,7 @@
 // Every input is one document: its bilevel pages are stored in DIR/NAME.tif, the preview of each page beside it.
 
 #include "commands/list.h"
+#include "commands/options.h"
 #include "error.h"
 #include "files/page_file.h"
 #include "gray.h"
@@ -192,13 +193,13 @@ void addPage(CLI::App& app)
         ->type_name("DIR")
         ->required();
     command->add_option("--dpi", options->dpi, "Resolution to store, of pages that know their own")
-        ->check(CLI::Range(1.0, 1e5).description(""))
+        ->check(numberFrom(1.0, 1e5))
         ->capture_default_str();
     command->add_option("--band-lines", options->bandLines, "Lines halftoned at a time; 0 takes the page at once")
-        ->check(CLI::Range(0U, kMaxSide).description(""))
+        ->check(wholeNumberFrom(0, kMaxSide))
         ->capture_default_str();
     command->add_option("--side", options->thumbnailSide, "Pixels of the preview's longer side")
-        ->check(CLI::Range(1U, kMaxSide).description(""))
+        ->check(wholeNumberFrom(1, kMaxSide))
         ->capture_default_str();
     command->add_flag("--overlay", options->overlay,
                       "Also write NAME-slant.png: the dark band that was looked at (blue)\n"
