@@ -63,6 +63,21 @@ TEST_F(CommandLine, WrongArguments)
     EXPECT_EQ(files(), std::set<std::string>{"in.tif"});
 }
 
+TEST_F(CommandLine, ComplaintsNameTheMistake)
+{
+    const struct {
+        std::vector<std::string> arguments;
+        const char* complaint;
+    } cases[] = {
+        {{"invent", "--help"}, "'invent' is not a command"},
+        {{"gray", "a", "b", "--page", "0"}, "--page: '0' is not a whole number from 1 to "},
+        {{"gray", "a", "b", "--page", "99999999999"}, "--page: '99999999999' is not a whole number from 1 to "},
+        {{"scale", "a", "b", "--dpi", "inf"}, "--dpi: 'inf' is not a number from 1 to 100000\n"}};
+    for (const auto& [arguments, complaint] : cases) {
+        EXPECT_EQ(run(arguments).errors.find("lxpage: " + std::string(complaint)), 0u) << complaint;
+    }
+}
+
 // Ends the process, which a test runs for this, as the program does that prints into `output`.
 [[noreturn]] void exitAsProgram(int output, std::vector<const char*> arguments)
 {

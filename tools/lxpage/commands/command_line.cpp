@@ -5,6 +5,7 @@
 #include "standard_streams.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <sstream>
@@ -27,7 +28,8 @@ constexpr const char* kFooter =
     "  3  the input cannot be opened or read\n"
     "  4  the input is truncated or damaged\n"
     "  5  the input is of a kind that is not supported\n"
-    "  6  the page is too large (a side above 65500 pixels, or more memory than 4 GiB), or memory ran out\n"
+    "  6  the page is too large (a side above 65500 pixels, above a thousand million pixels, or more memory\n"
+    "     than 4 GiB), or memory ran out\n"
     "  7  the output, a file or what is printed, cannot be written";
 
 // In the order of the help.
@@ -36,9 +38,20 @@ constexpr void (*kCommands[])(CLI::App& app) = {
     addPaste, addQuantize, addRotate,    addScale, addSharpen,  addThumbnail, addTone,   addDemo,
 };
 
+bool isCommand(const CLI::App& app, const std::string& name)
+{
+    const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
+    return std::any_of(commands.begin(), commands.end(),
+                       [&](const CLI::App* command) { return command->get_name() == name; });
+}
+
 ExitCode parseAndRun(CLI::App& app, int argumentCount, const char* const* arguments)
 {
     try {
+        const std::string first = argumentCount > 1 ? arguments[1] : "-";
+        if (first[0] != '-' && !isCommand(app, first)) {
+            throw CLI::ParseError("'" + first + "' is not a command", CLI::ExitCodes::ExtrasError);
+        }
         app.parse(argumentCount, arguments);
         if (app.get_subcommands().empty()) {
             throw CLI::RequiredError("a command");
@@ -62,7 +75,7 @@ ExitCode runCommandLine(int argumentCount, const char* const* arguments)
     try {
         CLI::App app(kDescription, "lxpage");
         app.set_version_flag("--version", "lxpage " LXPAGE_VERSION, "Print the version and exit");
-        app.require_subcommand(0, 1); // so that a mistyped command is named in the complaint
+        app.require_subcommand(0, 1); // none is complained of below
         for (const auto add : kCommands) {
             add(app);
         }

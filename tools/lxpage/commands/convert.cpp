@@ -175,9 +175,11 @@ void addOptions(CLI::App& command, HalftoneOptions& options)
         .add_option("--kernel", options.kernels,
                     "Diffusion: floyd-steinberg (the default), three-way, light, even,\n"
                     "or four weights (right, lower left, below, lower right) such as\n"
-                    "0.5,0.2,0.2,0.1; several are taken in turn along each line")
+                    "0.5,0.2,0.2,0.1; give the option several times for several kernels,\n"
+                    "which are taken in turn along each line")
         ->type_name("KERNEL")
-        ->allow_extra_args(false);
+        ->expected(1)
+        ->take_all();
     command.add_flag("--random", settings.randomKernels,
                      "Diffusion: draw a kernel at random for every pixel; differs from run to run");
 }

@@ -206,9 +206,9 @@ void addMedian(CLI::App& app)
     addFileArguments(*command, options->files);
     command
         ->add_option("--strength", options->strength,
-                     "0: one pass; 1: three passes; 2: two passes; 4 to 255: only every\n"
-                     "pixel in (strength - 2) of every line in (strength - 2)")
-        ->check(CLI::Range(0, 255).description(""))
+                     "0 or 3: one pass; 1: three passes; 2: two passes; 4 to 255: only\n"
+                     "every pixel in (strength - 2) of every line in (strength - 2)")
+        ->check(wholeNumberFrom(0, 255))
         ->capture_default_str();
     command->callback([options] {
         processPages(options->files, "median",
