@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <png.h>
+#include <unistd.h>
 #include <zlib.h>
 
 namespace lxpage
@@ -170,6 +171,11 @@ TEST_F(Damage, FilesThatCannotBeRead)
 {
     expectRefused(path("missing.png"), ExitCode::Unreadable);
     expectRefused(path(""), ExitCode::Unreadable); // the directory
+    int pipeEnds[2];
+    ASSERT_EQ(pipe(pipeEnds), 0);
+    expectRefused("/dev/fd/" + std::to_string(pipeEnds[0]), ExitCode::Unreadable);
+    close(pipeEnds[0]);
+    close(pipeEnds[1]);
 }
 
 } // namespace
