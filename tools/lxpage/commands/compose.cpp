@@ -28,6 +28,16 @@ struct PasteOptions {
 
 using Corner = std::vector<uint32_t>;
 
+// A column and a row, whatever follows them.
+void requireInside(const char* option, const Corner& corner, const Image& page)
+{
+    if (corner[0] >= page.width() || corner[1] >= page.height()) {
+        throw PageError(ExitCode::Usage, std::string(option) + " lies outside the page of " +
+                                             std::to_string(page.width()) + " x " + std::to_string(page.height()) +
+                                             " pixels");
+    }
+}
+
 // The picture's pixels but those of the key's colour, if there is a key.
 struct Overlay {
     Image picture;
@@ -39,10 +49,7 @@ struct Overlay {
 Image pasted(const Image& page, const Overlay& overlay, const Corner& corner, ProgressBar& bar)
 {
     Image result = toPlain(page);
-    if (corner[0] >= page.width() || corner[1] >= page.height()) {
-        throw PageError(ExitCode::Usage, "--at lies outside the page of " + std::to_string(page.width()) + " x " +
-                                             std::to_string(page.height()) + " pixels");
-    }
+    requireInside("--at", corner, page);
     const ImageArea from = overlay.picture.area();
     ImageArea to = result.area();
     to.x = corner[0];
@@ -101,8 +108,9 @@ Image masked(const Image& page, const std::vector<uint32_t>& numbers, const std:
     Image result = toPlain(page);
     ImageArea area = result.area();
     if (!numbers.empty()) {
-        area.x = std::min(numbers[0], page.width());
-        area.y = std::min(numbers[1], page.height());
+        requireInside("--area", numbers, page);
+        area.x = numbers[0];
+        area.y = numbers[1];
         area.width = std::min(numbers[2], page.width() - area.x);
         area.height = std::min(numbers[3], page.height() - area.y);
     }
