@@ -5,6 +5,8 @@
 #include "slant.h"
 #include "tool_test.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <sstream>
 
 namespace lxpage
@@ -68,14 +70,50 @@ TEST_F(PageRoad, OverlayShowsTheEdgeThatGaveTheAngle)
     EXPECT_EQ(colorAt(overlay, slant.bandFirst.column, slant.bandFirst.row), Rgb({0, 90, 255}));
 }
 
+TEST_F(PageRoad, GoesOnAfterABadInput)
+{
+    const std::string first = scan("first.tif", {0});
+    const std::string damaged = scan("damaged.tif", {0, 1});
+    const std::string last = scan("last.png", {0});
+    std::string bytes = bytesOf(damaged);
+    bytes.replace(bytes.size() * 7 / 10, 99, 99, '\0'); // in the second page
+    putBytes(damaged, bytes);
+    const std::vector<std::string> inputs = {first, path("missing.png"), damaged, last};
+    const auto runOn = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin() + 1, inputs.begin(), inputs.end());
+        const RunResult result = run(arguments);
+        EXPECT_EQ(result.code, ExitCode::Unreadable);
+        EXPECT_NE(result.errors.find("'" + inputs[1] + "'"), std::string::npos) << result.errors;
+        EXPECT_NE(result.errors.find("'" + damaged + "'"), std::string::npos) << result.errors;
+        return result.output;
+    };
+    runOn({"page", "-o", path("done")});
+    std::set<std::string> written;
+    for (const auto& entry : std::filesystem::directory_iterator(path("done"))) {
+        written.insert(entry.path().filename().string());
+    }
+    EXPECT_EQ(written, (std::set<std::string>{"first.tif", "first-thumbnail.png", "last.tif", "last-thumbnail.png"}));
+    const std::string list = runOn({"angle", "--json"});
+    EXPECT_EQ(std::count(list.begin(), list.end(), '{'), 3); // one page of the damaged file
+    EXPECT_TRUE(list.starts_with("[\n  {") && list.ends_with("}\n]\n")) << list;
+    EXPECT_EQ(run({"angle", "--json", path("missing.png")}).output, "[\n]\n");
+}
+
 TEST_F(PageRoad, RefusesToOverwriteAndKeepsPagesOfUnknownResolution)
 {
     const std::string in = scan("scan.tif", {0});
     putBytes(path("plain.pgm"), "P5 3 2 255\n" + std::string(6, '\xff'));
     putBytes(path("scan.png"), "");
+    putBytes(path("scan-thumbnail.png"), "");
+    const std::string pages = scan("pages.tif", {0, 0});
+    putBytes(path("pages-2.pgm"), "P5 1 1 255\n1");
+    std::filesystem::create_directory(path("in"));
+    const std::string inner = scan("in/scan.tif", {0});
     const std::vector<std::string> cases[] = {{"page", in},
                                               {"page", in, path("scan.png"), "-o", path("done")},
                                               {"page", in, "-o", path("")},
+                                              {"page", inner, path("scan-thumbnail.png"), "-o", path("")},
+                                              {"page", pages, path("pages-2.pgm"), "-o", path("done")},
                                               {"page", in, "-o", path("done"), "--dpi", "0"}};
     for (const auto& arguments : cases) {
         EXPECT_EQ(run(arguments).code, ExitCode::Usage) << testing::PrintToString(arguments);

@@ -59,35 +59,31 @@ void printJson(const std::string& path, unsigned page, const Slant& slant, bool 
     std::printf("}");
 }
 
-template <typename Measure>
-auto watched(const Image& page, Measure measure)
+Slant watchedSlant(const Image& page)
 {
     ProgressBar bar("angle");
-    return measure(page, bar.part(0, 1));
+    return measureSlant(page, bar.part(0, 1));
 }
 
-void printAngles(const AngleOptions& options)
+ExitCode printAngles(const AngleOptions& options)
 {
     bool isFirst = true;
-    for (const std::string& path : options.inputs) {
+    std::printf("%s", options.json ? "[" : "");
+    const ExitCode code = forEachInput(options.inputs, [&](const std::string& path) {
         const auto source = openPages(path);
         for (unsigned index = 0; index < source->count(); ++index) {
-            const Image page = source->read(index);
+            const Slant slant = watchedSlant(source->read(index));
             if (options.json) {
-                const Slant slant = watched(page, measureSlant);
-                std::printf("%s", isFirst ? "[" : "");
                 printJson(path, index + 1, slant, isFirst);
             } else {
-                const double angle = watched(page, measureAngle);
                 const std::string suffix = source->count() > 1 ? ", page " + std::to_string(index + 1) : "";
-                std::printf("%8.3f  %s%s\n", angle, path.c_str(), suffix.c_str());
+                std::printf("%8.3f  %s%s\n", slant.angle, path.c_str(), suffix.c_str());
             }
             isFirst = false;
         }
-    }
-    if (options.json) {
-        std::printf("\n]\n");
-    }
+    });
+    std::printf("%s", options.json ? "\n]\n" : "");
+    return code;
 }
 
 } // namespace
@@ -96,9 +92,9 @@ void addAngle(CLI::App& app)
 {
     CLI::App* command = app.add_subcommand("angle", "Tell the degrees clockwise that straighten each page");
     const auto options = std::make_shared<AngleOptions>();
-    command->add_option("IN", options->inputs, "Pictures to read: TIFF, PNG, JPEG or PNM")->required()->type_name("");
+    addInputs(*command, options->inputs);
     command->add_flag("--json", options->json, "For machines: with the band and the edges that show the angle");
-    command->callback([options] { printAngles(*options); });
+    command->callback([options] { endWith(printAngles(*options)); });
 }
 
 namespace

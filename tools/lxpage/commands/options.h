@@ -2,9 +2,11 @@
 #ifndef LXPAGE_OPTIONS_H
 #define LXPAGE_OPTIONS_H
 
+#include "error.h"
 #include "page_run.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -30,6 +32,15 @@ std::vector<std::string> namesOf(const std::map<std::string, Value>& values)
 
 // `IN OUT --page N --time`.
 void addFileArguments(CLI::App& command, FileArguments& files);
+
+// `IN...`.
+void addInputs(CLI::App& command, std::vector<std::string>& inputs);
+
+// Takes every input through `step`, with a complaint about each that fails. The exit code is that of the first one.
+ExitCode forEachInput(const std::vector<std::string>& inputs, const std::function<void(const std::string&)>& step);
+
+// Ends a command whose failures have been complained of.
+void endWith(ExitCode code);
 
 // An option that takes one of several names.
 void addNamed(CLI::App& command, const char* option, std::string& value, const std::vector<std::string>& names,

@@ -156,10 +156,17 @@ void PageWriter::append(const Image& image)
     file_.writing([&] { sink_->append(image); });
 }
 
-void PageWriter::finish()
+void PageWriter::close()
 {
     file_.writing([&] { sink_->finish(); });
     sink_.reset();
+}
+
+void PageWriter::finish()
+{
+    if (sink_) {
+        close();
+    }
     file_.commit();
 }
 
