@@ -53,7 +53,7 @@ TEST_F(PageRoad, StraightensStoresAndPreviewsEveryPage)
         EXPECT_EQ(readPage(stem + "-halftone.png").type(), IMAGE_TYPE_BW);
         // What is left of the tilt is less than half of it.
         const Image straight = readPage(stem + "-straight.png");
-        EXPECT_LT(std::abs(measureAngle(straight, nullptr)), std::abs(tilts[k]) / 2);
+        EXPECT_LT(std::abs(measureSlant(straight, nullptr).angle), std::abs(tilts[k]) / 2);
     }
 }
 
@@ -63,11 +63,39 @@ TEST_F(PageRoad, OverlayShowsTheEdgeThatGaveTheAngle)
     const Slant slant = measureSlant(page, nullptr);
     const Image overlay = slantOverlay(page, slant);
     ASSERT_EQ(overlay.height(), 750u);
-    const bool isA = slant.endA.column != 0 || slant.endA.row != 0;
+    const bool isA = slant.hasEdgeA();
     const Slant::Point& end = isA ? slant.endA : slant.endB;
     ASSERT_NE(end.column, 0u);
     EXPECT_EQ(colorAt(overlay, end.column, end.row), isA ? Rgb({230, 0, 0}) : Rgb({0, 160, 0}));
     EXPECT_EQ(colorAt(overlay, slant.bandFirst.column, slant.bandFirst.row), Rgb({0, 90, 255}));
+}
+
+TEST_F(PageRoad, TellsWhereNothingCouldBeMeasured)
+{
+    const struct {
+        double tilt;
+        bool isMeasured;
+    } cases[] = {{0, true}, {2, true}, {7, false}}; // the last one is too steep, though its edge is found
+    for (const auto& [tilt, isMeasured] : cases) {
+        const Slant slant = measureSlant(makeSamplePage({.dpi = 60, .tiltDegrees = tilt}), nullptr);
+        EXPECT_EQ(slant.isMeasured(), isMeasured) << tilt;
+        EXPECT_TRUE(slant.hasEdgeA() || slant.hasEdgeB()) << tilt;
+    }
+    Image blank(IMAGE_TYPE_256GRAY, 90, 120);
+    fillWhite(blank);
+    writePage(path("blank.png"), blank);
+    EXPECT_EQ(run({"angle", path("blank.png")}).output, "not measured  " + path("blank.png") + "\n");
+    EXPECT_EQ(run({"angle", path("blank.png"), "--json"}).output,
+              "[\n  {\"file\": \"" + path("blank.png") +
+                  "\", \"page\": 1, \"measured\": false, \"degrees\": 0.000000, \"measuredOn\": [563, 750], "
+                  "\"bandFirst\": null, \"bandLast\": null, \"startA\": null, \"endA\": null, \"startB\": null, "
+                  "\"endB\": null}\n]\n");
+    const Image overlay = slantOverlay(blank, measureSlant(blank, nullptr));
+    for (uint32_t y = 0; y < overlay.height(); ++y) {
+        for (uint32_t x = 0; x < overlay.width(); ++x) {
+            ASSERT_EQ(colorAt(overlay, x, y), Rgb({255, 255, 255})) << x << ", " << y;
+        }
+    }
 }
 
 TEST_F(PageRoad, GoesOnAfterABadInput)

@@ -45,17 +45,18 @@ std::string quoted(const std::string& text)
 
 void printJson(const std::string& path, unsigned page, const Slant& slant, bool isFirst)
 {
-    const auto point = [](const char* name, const Slant::Point& at) {
-        std::printf(", \"%s\": [%u, %u]", name, at.column, at.row);
+    const auto point = [](const char* name, const Slant::Point& at, bool found) {
+        found ? std::printf(", \"%s\": [%u, %u]", name, at.column, at.row) : std::printf(", \"%s\": null", name);
     };
-    std::printf("%s\n  {\"file\": %s, \"page\": %u, \"degrees\": %.6f, \"measuredOn\": [%u, %u]", isFirst ? "" : ",",
-                quoted(path).c_str(), page, slant.angle, slant.width, slant.height);
-    point("bandFirst", slant.bandFirst);
-    point("bandLast", slant.bandLast);
-    point("startA", slant.startA);
-    point("endA", slant.endA);
-    point("startB", slant.startB);
-    point("endB", slant.endB);
+    std::printf("%s\n  {\"file\": %s, \"page\": %u, \"measured\": %s, \"degrees\": %.6f, \"measuredOn\": [%u, %u]",
+                isFirst ? "" : ",", quoted(path).c_str(), page, slant.isMeasured() ? "true" : "false", slant.angle,
+                slant.width, slant.height);
+    point("bandFirst", slant.bandFirst, slant.hasBand());
+    point("bandLast", slant.bandLast, slant.hasBand());
+    point("startA", slant.startA, slant.hasEdgeA());
+    point("endA", slant.endA, slant.hasEdgeA());
+    point("startB", slant.startB, slant.hasEdgeB());
+    point("endB", slant.endB, slant.hasEdgeB());
     std::printf("}");
 }
 
@@ -77,7 +78,7 @@ ExitCode printAngles(const AngleOptions& options)
                 printJson(path, index + 1, slant, isFirst);
             } else {
                 const std::string suffix = source->count() > 1 ? ", page " + std::to_string(index + 1) : "";
-                std::printf("%8.3f  %s%s\n", slant.angle, path.c_str(), suffix.c_str());
+                std::printf("%s  %s%s\n", degreesText(slant).c_str(), path.c_str(), suffix.c_str());
             }
             isFirst = false;
         }
@@ -94,6 +95,7 @@ void addAngle(CLI::App& app)
     const auto options = std::make_shared<AngleOptions>();
     addInputs(*command, options->inputs);
     command->add_flag("--json", options->json, "For machines: with the band and the edges that show the angle");
+    command->footer(kMeasurable);
     command->callback([options] { endWith(printAngles(*options)); });
 }
 

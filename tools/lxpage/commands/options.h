@@ -39,6 +39,11 @@ void addInputs(CLI::App& command, std::vector<std::string>& inputs);
 // Takes every input through `step`, with a complaint about each that fails. The exit code is that of the first one.
 ExitCode forEachInput(const std::vector<std::string>& inputs, const std::function<void(const std::string&)>& step);
 
+// The end of the help of commands that measure pages.
+constexpr const char* kMeasurable =
+    "Measured is a dark bar, or the edge of a lid, along one side of the page with white on both its sides.\n"
+    "Text alone is not measured; a page where none is found is told as \"not measured\", and left as it lies.";
+
 // Ends a command whose failures have been complained of.
 void endWith(ExitCode code);
 

@@ -115,7 +115,7 @@ FinishedPage finished(const Image& page, const PageOptions& options, const std::
 
 void printHeading()
 {
-    std::printf("%9s", "degrees");
+    std::printf("%12s", "degrees");
     for (const char* name : stepNames) {
         std::printf("%10s", name);
     }
@@ -124,7 +124,7 @@ void printHeading()
 
 void print(const FinishedPage& page, const std::string& name)
 {
-    std::printf("%9.3f", page.slant.angle);
+    std::printf("%s", degreesText(page.slant).c_str());
     for (const double milliseconds : page.milliseconds) {
         std::printf("%10.2f", milliseconds);
     }
@@ -272,6 +272,7 @@ void addPage(CLI::App& app)
                       "and the edges that gave the angle (red and green)");
     command->add_flag("--steps", options->steps,
                       "Also write what is between: NAME-straight.png, -gray.png, -halftone.png");
+    command->footer(kMeasurable);
     command->callback([options] { endWith(processAll(*options)); });
 }
 
