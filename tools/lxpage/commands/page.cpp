@@ -215,16 +215,19 @@ std::vector<std::string> outputsOf(const std::string& input, const PageOptions& 
     return outputs;
 }
 
+PageError clash(const std::string& first, const char* relation, const std::string& second)
+{
+    return {ExitCode::Usage, "'" + first + "' " + relation + " '" + second + "'"};
+}
+
 // What one input leaves must overwrite neither what another one leaves nor an input.
 void refuseClashes(const PageOptions& options)
 {
     std::map<std::string, std::string> inputOf;
     for (const std::string& input : options.inputs) {
         for (const std::string& output : outputsOf(input, options)) {
-            const auto [earlier, isNew] = inputOf.emplace(output, input);
-            if (!isNew) {
-                throw PageError(ExitCode::Usage, "'" + earlier->second + "' and '" + input +
-                                                     "' would both be written to '" + output + "'");
+            if (!inputOf.emplace(output, input).second) {
+                throw clash(output, "would be written twice, the second time for", input);
             }
         }
     }
@@ -232,8 +235,7 @@ void refuseClashes(const PageOptions& options)
         std::error_code ignored; // what cannot be compared is not the same
         for (const std::string& other : options.inputs) {
             if (fs::exists(output, ignored) && fs::equivalent(output, other, ignored)) {
-                throw PageError(ExitCode::Usage,
-                                "'" + other + "' would be overwritten by what comes of '" + input + "'");
+                throw clash(other, "would be overwritten by what comes of", input);
             }
         }
     }

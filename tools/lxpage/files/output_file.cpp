@@ -24,7 +24,7 @@ std::string temporaryFor(const std::string& path)
     }
     const std::string stem = "." + whole.filename().string() + ".lxpage-" + std::to_string(getpid()) + "-";
     for (unsigned attempt = 0;; ++attempt) {
-        const std::string name = (whole.parent_path() / (stem + std::to_string(attempt))).string();
+        std::string name = (whole.parent_path() / (stem + std::to_string(attempt))).string();
         // "x" refuses a file that exists; the file gets the permissions that the user's mask leaves.
         if (std::FILE* file = std::fopen(name.c_str(), "wbx")) {
             std::fclose(file);
