@@ -27,11 +27,13 @@ std::vector<std::string> writeSoundFiles(const std::function<std::string(const c
     writeTiffPage(path("plain.tif"), {"", 8, 3, PHOTOMETRIC_RGB});
     writeTiffPage(path("group4.tif"), {"", 1, 1, PHOTOMETRIC_MINISWHITE, COMPRESSION_CCITTFAX4});
     writeTiffPage(path("tiles.tif"), {"", 8, 1, PHOTOMETRIC_MINISBLACK, COMPRESSION_LZW, true});
-    writeTiffPage(path("pages.tif"), {"", 1});
-    writeTiffPage(path("pages.tif"), {"", 4}, "a");
-    writeTiffPage(path("pages.tif"), {"", 8}, "a");
-    return {"gray.png",  "colour.png", "palette.png", "gray.jpg", "colour.jpg",
-            "plain.tif", "group4.tif", "tiles.tif",   "pages.tif"};
+    for (const auto& [name, mode] : {std::pair("pages.tif", "w"), {"large.tif", "w8b"}}) {
+        writeTiffPage(path(name), {"", 1}, mode);
+        writeTiffPage(path(name), {"", 4}, "a");
+        writeTiffPage(path(name), {"", 8}, "a");
+    }
+    return {"gray.png",  "colour.png", "palette.png", "gray.jpg",  "colour.jpg",
+            "plain.tif", "group4.tif", "tiles.tif",   "pages.tif", "large.tif"};
 }
 
 TEST_F(Damage, FilesCutOffAnywhere)
