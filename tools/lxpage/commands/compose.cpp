@@ -3,9 +3,9 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
 #include "files/page_file.h"
-#include "page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>
@@ -86,8 +86,8 @@ void addPaste(CLI::App& app)
         const bool useKey = !options->key.empty();
         const std::vector<uint8_t> key = colorFrom("--key", useKey ? options->key : "0,0,0");
         const Overlay overlay = {readPage(options->picture), useKey, key, options->tolerance};
-        processPages(options->files, "paste",
-                     [&](const Image& page, ProgressBar& bar) { return pasted(page, overlay, corner, bar); });
+        convertFile(options->files, "paste",
+                    [&](const Image& page, ProgressBar& bar) { return pasted(page, overlay, corner, bar); });
     });
 }
 
@@ -135,9 +135,8 @@ void addMask(CLI::App& app)
             area = numbersFrom("--area", options->area, 4, kMaxSide);
         }
         const std::vector<uint8_t> color = colorFrom("--color", options->color);
-        processPages(options->files, "mask", [&](const Image& page, ProgressBar& bar) {
-            return masked(page, area, color, options->tint, bar);
-        });
+        convertFile(options->files, "mask",
+                    [&](const Image& page, ProgressBar& bar) { return masked(page, area, color, options->tint, bar); });
     });
 }
 

@@ -6,10 +6,10 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
 #include "gray.h"
 #include "halftone.h"
-#include "page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>
@@ -76,8 +76,8 @@ void addGray(CLI::App& app)
                      "each pixel its top left corner; otherwise black and white stay")
         ->check(wholeNumberFrom(1, 0xFFFF));
     command->callback([options] {
-        processPages(options->files, "gray",
-                     [&](const Image& page, ProgressBar& bar) { return inGray(page, *options, bar); });
+        convertFile(options->files, "gray",
+                    [&](const Image& page, ProgressBar& bar) { return inGray(page, *options, bar); });
     });
 }
 
@@ -193,8 +193,8 @@ void addHalftone(CLI::App& app)
     addOptions(*command, *options);
     command->callback([command, options] {
         completeSettings(*command, *options);
-        processPages(options->files, "halftone",
-                     [&](const Image& page, ProgressBar& bar) { return halftone(page, options->settings, bar); });
+        convertFile(options->files, "halftone",
+                    [&](const Image& page, ProgressBar& bar) { return halftone(page, options->settings, bar); });
     });
 }
 
@@ -275,8 +275,8 @@ void addQuantize(CLI::App& app)
         if (command->count("--method") > 0 && options->colors != 8) {
             throw PageError(ExitCode::Usage, "--method belongs to --colors 8");
         }
-        processPages(options->files, "quantize",
-                     [&](const Image& page, ProgressBar& bar) { return quantized(page, *options, bar); });
+        convertFile(options->files, "quantize",
+                    [&](const Image& page, ProgressBar& bar) { return quantized(page, *options, bar); });
     });
 }
 
@@ -316,7 +316,7 @@ void addFullColor(CLI::App& app)
                      "a square of this many pixels; other colours are taken for the nearest")
         ->check(wholeNumberFrom(1, 0xFFFF));
     command->callback([options] {
-        processPages(options->files, "full colour", [&](const Image& page, ProgressBar& bar) {
+        convertFile(options->files, "full colour", [&](const Image& page, ProgressBar& bar) {
             return options->window == 0 ? toColor(page, bar.part(0, 1)) : descreened(page, options->window, bar);
         });
     });

@@ -5,8 +5,8 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
-#include "page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>
@@ -69,8 +69,8 @@ void addTone(CLI::App& app)
     command->add_flag("--negative", options->negative, "Exchange black and white");
     command->callback([options] {
         const GammaTable table = tableOf(*options);
-        processPages(options->files, "tone",
-                     [&](const Image& page, ProgressBar& bar) { return toned(page, table, bar); });
+        convertFile(options->files, "tone",
+                    [&](const Image& page, ProgressBar& bar) { return toned(page, table, bar); });
     });
 }
 
@@ -111,8 +111,8 @@ void addColor(CLI::App& app)
         ColorCorrectionMatrix matrix;
         expectOk(lxCreateColorCorrectionMatrix(&options->hue, &options->saturation, &options->lightness, &matrix),
                  "lxCreateColorCorrectionMatrix");
-        processPages(options->files, "color",
-                     [&](const Image& page, ProgressBar& bar) { return corrected(page, matrix, bar); });
+        convertFile(options->files, "color",
+                    [&](const Image& page, ProgressBar& bar) { return corrected(page, matrix, bar); });
     });
 }
 
@@ -175,8 +175,8 @@ void addSharpen(CLI::App& app)
         ->type_name("NUMBERS");
     command->callback([options] {
         const MTFParameters parameters = parametersOf(*options);
-        processPages(options->files, "sharpen",
-                     [&](const Image& page, ProgressBar& bar) { return sharpened(page, parameters, bar); });
+        convertFile(options->files, "sharpen",
+                    [&](const Image& page, ProgressBar& bar) { return sharpened(page, parameters, bar); });
     });
 }
 
@@ -211,8 +211,8 @@ void addMedian(CLI::App& app)
         ->check(wholeNumberFrom(0, 255))
         ->capture_default_str();
     command->callback([options] {
-        processPages(options->files, "median",
-                     [&](const Image& page, ProgressBar& bar) { return filtered(page, options->strength, bar); });
+        convertFile(options->files, "median",
+                    [&](const Image& page, ProgressBar& bar) { return filtered(page, options->strength, bar); });
     });
 }
 

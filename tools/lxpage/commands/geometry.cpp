@@ -3,9 +3,9 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
 #include "files/page_file.h"
-#include "page_run.h"
 #include "progress_bar.h"
 #include "rotate.h"
 #include "slant.h"
@@ -125,7 +125,7 @@ void addRotate(CLI::App& app)
         ->required();
     command->add_flag("--grow", options->grow, "Make the page large enough for all of the turned one");
     command->callback([options] {
-        processPages(options->files, "rotate", [&](const Image& page, ProgressBar& bar) {
+        convertFile(options->files, "rotate", [&](const Image& page, ProgressBar& bar) {
             return turned(page, options->angle, options->grow, bar);
         });
     });

@@ -2,8 +2,8 @@
 #ifndef LXPAGE_OPTIONS_H
 #define LXPAGE_OPTIONS_H
 
+#include "convert_file.h"
 #include "error.h"
-#include "page_run.h"
 
 #include <cstdint>
 #include <functional>

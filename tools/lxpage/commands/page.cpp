@@ -5,11 +5,11 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
 #include "files/page_file.h"
 #include "gray.h"
 #include "halftone.h"
-#include "page_run.h"
 #include "rotate.h"
 #include "scale.h"
 #include "slant.h"

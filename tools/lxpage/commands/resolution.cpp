@@ -3,8 +3,8 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
-#include "page_run.h"
 #include "scale.h"
 #include "thumbnail.h"
 
@@ -82,7 +82,7 @@ void addScale(CLI::App& app)
         if (!options->size.empty()) {
             readSize(options->size, options->target);
         }
-        processPages(options->files, "scale", [&](const Image& page, ProgressBar& bar) {
+        convertFile(options->files, "scale", [&](const Image& page, ProgressBar& bar) {
             const ScaleMethod method =
                 options->method.empty() ? suitableMethod(page) : scaleMethodNamed(options->method);
             return scale(page, method, scaledSize(page, options->target), bar);
@@ -108,8 +108,8 @@ void addThumbnail(CLI::App& app)
     command->add_option("--side", options->side, "Pixels of the longer side, 200 if not given")
         ->check(wholeNumberFrom(1, kMaxSide));
     command->callback([options] {
-        processPages(options->files, "thumbnail",
-                     [&](const Image& page, ProgressBar& bar) { return thumbnail(page, options->side, bar); });
+        convertFile(options->files, "thumbnail",
+                    [&](const Image& page, ProgressBar& bar) { return thumbnail(page, options->side, bar); });
     });
 }
 
