@@ -117,7 +117,7 @@ TEST_F(Damage, TiffCutWithinItsParts)
     const std::string linkLast = tiffOf(COMPRESSION_NONE, std::string(16, '\x55'), 64, 2, true);
     putBytes(path("in.tif"), linkLast);
     EXPECT_EQ(run({"halftone", path("in.tif"), path("out.png")}).code, ExitCode::Done);
-    for (const size_t missing : {1, 4, 5}) {
+    for (const unsigned missing : {1U, 4U, 5U}) {
         putBytes(path("in.tif"), linkLast.substr(0, linkLast.size() - missing));
         expectRefused(path("in.tif"), ExitCode::Damaged);
     }
