@@ -79,8 +79,9 @@ struct RampPlan {
         const bool halves = hasHalves(runs);
         uint32_t taken = 0;
         uint8_t* time = times;
-        // The longest planned run opens four groups at most.
-        for (Span run; picks.groupCount + 4 <= Picks::groupLimit && runs.next(run); ++taken) {
+        // The longest planned run opens four groups at most. Empty runs go with those before them, so that every plan
+        // has groups.
+        for (Span run; (picks.groupCount + 4 <= Picks::groupLimit || runs.full()) && runs.next(run); ++taken) {
             if (taken == 0)
                 picks.first = run.start;
             const unsigned longer = run.length > runs.shortest() ? 128 : 0;
