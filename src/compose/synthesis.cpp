@@ -77,6 +77,29 @@ void pasteBits(const PastedImage& source, const AreaView& destination, const Ind
     });
 }
 
+// The same with a transparent colour.
+void overlayBits(const PastedImage& source, const ColorKey& key, const AreaView& destination, const IndexTable& levels,
+                 ProgressCallback progress)
+{
+    constexpr uint32_t most = 16384; // pixels at a time, whole bytes of the destination
+    uint8_t aligned[most / 8 + 1] = {};
+    const OpaqueTable opaque(key, source.palette, source.indices(), source.gray);
+    const BitKernels& bits = *kernels().bits;
+    const Overlap overlap(source.area, destination);
+    const unsigned phase = destination.phase();
+    walkLines(overlap.height, progress, [&](uint32_t j) {
+        BitOverlay rule;
+        for (unsigned k = 0; k < 2; ++k) {
+            rule.patterns[k] = turnedTo(phase, FixedDitherTable::bits(j, levels.values[k]));
+            rule.opaque[k] = opaque.flags[k] != 0 ? 0xFF : 0;
+        }
+        walkChunks(overlap.width, most, [&](uint32_t i, uint32_t n) {
+            bits.copyBits(source.area.at(i, j), source.area.phase(i), aligned, phase, n);
+            bits.overlayBits(aligned, destination.at(i, j), phase, n, rule);
+        });
+    });
+}
+
 void SynthesizeToBW(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
                     ProgressCallback progress)
 {
@@ -100,8 +123,12 @@ void SynthesizeToBWWithKey(const ImageArea& image, const ColorPalette* palette, 
                            const ImageArea& destination, ProgressCallback progress)
 {
     const PastedImage source(image, palette);
+    const AreaView to(destination);
     ToBW convert(source);
-    overlay(source, key, AreaView(destination), convert, progress);
+    if (source.area.bits() == 1)
+        overlayBits(source, key, to, convert.levels(), progress);
+    else
+        overlay(source, key, to, convert, progress);
 }
 
 void SynthesizeTo256Gray(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,
