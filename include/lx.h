@@ -533,7 +533,7 @@ LX_API int8_t lxImageTypeConvertTo16MRGBFrom8RGB(uint16_t windowSize, const Imag
  *  | the other types    | take | take      | take      | take      | take      |
  *
  *  - take: the top-left pixel of the block; runs repeat their pixel. What is skipped is not looked at.
- *  - majority: white where more than 128/255 of the block is white. Draws random numbers: in every 1 / f blocks the
+ *  - majority: white where at least 128/255 of the block is white. Draws random numbers: in every 1 / f blocks the
  *    longer one falls at a random place, so that regular patterns do not beat. With both axes enlarged, columns that no
  *    run reaches become white on the lines that runs reach.
  *  - runs: black runs of the columns keep at least one pixel, however strong the reduction. On an axis that does not
@@ -561,8 +561,8 @@ LX_API int8_t lxImageTypeConvertTo16MRGBFrom8RGB(uint16_t windowSize, const Imag
  *  trunc(n / N * 5 + 0.5) + 45. Runs of bilevel areas whose width shrinks report their second pass as
  *  trunc(n / N * 25 + 0.5) + 25.
  *
- *  Random numbers: majority and diffusion call srand(time(NULL)) once per call, and rand() once per destination line if
- *  an axis that shrinks does not divide evenly.
+ *  Random numbers: majority and diffusion call srand(time(NULL)) once per call. If an axis that shrinks does not divide
+ *  evenly, they call rand() once per destination line, or once per source line where the height does not shrink.
  *
  *  @param method       As in the table.
  *  @param source       Any type.
