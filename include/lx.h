@@ -18,7 +18,8 @@
  *    share a byte with the area keep their values, and no byte that holds no pixel of the area is read or written.
  *  - Overlap: source and destination must not share bytes.
  *  - Polarity: 1 is white and 0 is black in bilevel images; gray runs from 0 (black) to 255 (white).
- *  - Exactness: results are the same bytes on every processor, compiler and build of the library.
+ *  - Exactness: results are the same bytes on every processor, compiler and build of the library, unless a function
+ *    draws random numbers.
  *  - Threads: every function may be called at any time on any thread, as long as no two calls write the same bytes of
  *    an image, the same ErrorBuffer or the same phases. Two neighbouring areas of a bilevel or 4-bit image may share a
  *    byte. Functions that draw random numbers say so: they use the C library's process-wide generator.
@@ -319,7 +320,8 @@ LX_API int8_t lxImageTypeConvertToBWDitherHalftone(uint16_t* phaseX, uint16_t* p
  *                       pixel takes kernel rand() mod `kernelCount`.
  *  @param kernelCount   Number of kernels, at least 1.
  *  @param kernels       The kernels.
- *  @param errorBuffer   ErrorBuffer for the source area's width, cleared before the first band of a page.
+ *  @param errorBuffer   ErrorBuffer for the source area's width, the same for all bands of a page, cleared before the
+ *                       first one.
  *  @param source        IMAGE_TYPE_256GRAY.
  *  @param destination   IMAGE_TYPE_BW.
  *  @param progress      May be null.
@@ -386,7 +388,8 @@ LX_API int8_t lxRotationBySimpleAngle(uint16_t angle, const ImageArea* source, c
  *  trunc goes toward zero. A destination pixel with no source pixel under it keeps what it held: fill the background
  *  first. Full colour moves by component.
  *
- *  A page that lxDetectionSlantAngle measures is straightened by turning it by the measured angle.
+ *  A page that lxDetectionSlantAngle measures is straightened by turning it by the measured angle. Quarter turns that
+ *  take every pixel over are those of lxRotationBySimpleAngle.
  *
  *  @param angle        Degrees clockwise as seen with line 0 at the top; any value. An angle that is not a finite
  *                      number writes nothing, which is no error.
@@ -432,7 +435,7 @@ LX_API int8_t lxImageTypeConvertTo8RGBDitherHalftone(uint16_t* phaseX, uint16_t*
  *  lxImageTypeConvertToBWEDHalftone.
  *
  *  An entry of the ErrorBuffer is three doubles, in the order of the source pixel's bytes. Kernels taken in turn are
- * the same for all three components; random ones take three rand() per pixel, in the order of its bytes.
+ *  the same for all three components; random ones take three rand() per pixel, in the order of its bytes.
  *
  *  The generator is reseeded, srand(time(NULL)), by every call; concurrent calls disturb each other's sequence.
  *
@@ -530,7 +533,7 @@ LX_API int8_t lxImageTypeConvertTo16MRGBFrom8RGB(uint16_t windowSize, const Imag
  *  | the other types    | take | take      | take      | take      | take      |
  *
  *  - take: the top-left pixel of the block; runs repeat their pixel. What is skipped is not looked at.
- *  - majority: white where more than 128/255 of the block is white. Draws random numbers: in every 1 / f blocks the
+ *  - majority: white where at least 128/255 of the block is white. Draws random numbers: in every 1 / f blocks the
  *    longer one falls at a random place, so that regular patterns do not beat. With both axes enlarged, columns that no
  *    run reaches become white on the lines that runs reach.
  *  - runs: black runs of the columns keep at least one pixel, however strong the reduction. On an axis that does not
@@ -558,8 +561,8 @@ LX_API int8_t lxImageTypeConvertTo16MRGBFrom8RGB(uint16_t windowSize, const Imag
  *  trunc(n / N * 5 + 0.5) + 45. Runs of bilevel areas whose width shrinks report their second pass as
  *  trunc(n / N * 25 + 0.5) + 25.
  *
- *  Random numbers: majority and diffusion call srand(time(NULL)) once per call, and rand() once per destination line if
- *  an axis that shrinks does not divide evenly.
+ *  Random numbers: majority and diffusion call srand(time(NULL)) once per call. If an axis that shrinks does not divide
+ *  evenly, they call rand() once per destination line, or once per source line where the height does not shrink.
  *
  *  @param method       As in the table.
  *  @param source       Any type.
@@ -581,8 +584,8 @@ LX_API int8_t lxResolutionConvert(uint16_t method, const ImageArea* source, cons
  *  are one pixel thick, and the level of each is repeated over its run.
  *
  *  Selector 3 smooths the result: every level is weighted with its two neighbours along the line by 1 : 6 : 1 and
- *  rounded to nearest, then the same along the column, pixels at the border counting twice. White and black areas stay
- * as they are, and the mean level of the page stays that of the blocks.
+ *  rounded to nearest, then the same along the column, pixels at the border counting twice. White and black areas
+ *  stay as they are, and the mean level of the page stays that of the blocks.
  *
  *  Progress: where the height shrinks, by the rule of ProgressCallback with the destination's lines; else
  *  trunc(n / N * 25 + 0.5) after each source line, n of the N destination lines in reach being covered, and then again
@@ -629,7 +632,7 @@ LX_API int8_t lxResolutionAndImageTypeConvertToGrayscaleFromBW(uint32_t selector
 LX_API int8_t lxCalculateThumbnailMemorySize(const ImageArea* source, ImageArea* destination, ImageArea* work1,
                                              ImageArea* work2) LX_NOEXCEPT;
 
-/** Make a thumbnail in the buffers that lxCalculateThumbnailMemorySize describes.
+/** Make a thumbnail in the buffers that lxCalculateThumbnailMemorySize describes. (The name is spelt so for good.)
  *
  *  Bilevel areas above 1 (see there) become gray as by lxResolutionAndImageTypeConvertToGrayscaleFromBW with selector
  *  1; other ones go by majority. Gray and full colour above 6 are sampled to work area 1 and averaged from there, 8
@@ -755,7 +758,8 @@ LX_API int8_t lxDetectionSlantAngleForDebug(double* angle, const ImageArea* sour
  *  - Gamma: e becomes saturate(255 * (e / 255)^g), formed as pow(e, g) / pow(255, g - 1), g being 1 + 9 f if `level` is
  *    0 or more, else 1 - 0.9 f: both signs darken.
  *  - Highlight, if `level` is at least 1: with H = 255 - t, entries from H on become 255, and those from H - 32 to
- *    H - 1 become saturate(e + (255 - e') * (i - H - 32) / 32), e' being entry i + H of the stage's input.
+ *    H - 1 become saturate(e + (255 - e') * (i - H - 32) / 32), e' being entry i + H of the stage's input. The ramp
+ *    falls below its neighbours for high levels: on purpose.
  *  - Shadow, if `level` is at least 1: with S = t, entries up to S become 0, and those from S + 1 to S + 32 become
  *    saturate(e - e' * (S + 32 - i) / 32), e' being entry i + S of the stage's input.
  *  - Reversal, if the value is at least 1: e becomes 255 - e.
@@ -809,8 +813,8 @@ LX_API int8_t lxCreateColorCorrectionMatrix(const CorrectionLevel* hue, const Co
 /** Apply a matrix to full-colour pixels in place.
  *
  *  The entries are rounded to single precision. Each component becomes (m0 R + m1 G) + m2 B, summed in double
- * precision, rounded to single precision and truncated: 255 from 255 on, 0 from 0 down and if it is not a number. It
- * truncates where tone tables round: on purpose.
+ *  precision, rounded to single precision and truncated: 255 from 255 on, 0 from 0 down and if it is not a number. It
+ *  truncates where tone tables round: on purpose.
  *
  *  @param matrix    The matrix; any values.
  *  @param area      IMAGE_TYPE_16MRGB.

@@ -60,20 +60,33 @@ void overlayIndices(const PastedImage& source, const ColorKey& key, const AreaVi
         [] {});
 }
 
-// Bits to bits: a copy, in which black and white then become the dither patterns of their grays.
-void pasteBits(const PastedImage& source, const AreaView& destination, const IndexTable& levels,
-               ProgressCallback progress)
+// The dither patterns of line j that are the grays of clear and of set bits.
+BitPatterns patternsOf(const AreaView& destination, const IndexTable& levels, uint32_t j)
 {
+    const auto patternOf = [&](uint8_t level) {
+        return turnedTo(destination.phase(), FixedDitherTable::bits(j, level));
+    };
+    return {patternOf(levels.values[0]), patternOf(levels.values[1])};
+}
+
+// Bits to bits, with a transparent colour.
+void overlayBits(const PastedImage& source, const ColorKey& key, const AreaView& destination, const IndexTable& levels,
+                 ProgressCallback progress)
+{
+    constexpr uint32_t most = 16384; // pixels at a time, whole bytes of the destination
+    uint8_t aligned[most / 8 + 1] = {};
+    const OpaqueTable opaque(key, source.palette, source.indices(), source.gray);
     const BitKernels& bits = *kernels().bits;
     const Overlap overlap(source.area, destination);
     const unsigned phase = destination.phase();
+    const auto opaqueBits = [&](unsigned index) -> uint8_t { return opaque.flags[index] != 0 ? 0xFF : 0; };
     walkLines(overlap.height, progress, [&](uint32_t j) {
-        uint8_t* row = destination.row(j);
-        bits.copyBits(source.area.row(j), source.area.phase(), row, phase, overlap.width);
-        const uint8_t zero = turnedTo(phase, FixedDitherTable::bits(j, levels.values[0]));
-        const uint8_t one = turnedTo(phase, FixedDitherTable::bits(j, levels.values[1]));
-        if (zero != 0 || one != 0xFF)
-            bits.changeBits(row, phase, overlap.width, zero ^ one, zero);
+        const BitPatterns patterns = patternsOf(destination, levels, j);
+        const BitOverlay rule = {{patterns.zero, patterns.one}, {opaqueBits(0), opaqueBits(1)}};
+        walkChunks(overlap.width, most, [&](uint32_t i, uint32_t n) {
+            bits.copyBits(source.area.at(i, j), source.area.phase(i), aligned, phase, n);
+            bits.overlayBits(aligned, destination.at(i, j), phase, n, rule);
+        });
     });
 }
 
@@ -87,7 +100,7 @@ void SynthesizeToBW(const ImageArea& image, const ColorPalette* palette, const I
     if (source.area.bits() == 1 && levels[0] == 0 && levels[1] == 255)
         copyLines(source.area, to, progress);
     else if (source.area.bits() == 1)
-        pasteBits(source, to, convert.levels(), progress);
+        mapBitsToBits(source.area, to, progress, [&](uint32_t j) { return patternsOf(to, convert.levels(), j); });
     else if (source.area.bits() == 4)
         paste(source, to, convert, progress);
     else
@@ -100,8 +113,12 @@ void SynthesizeToBWWithKey(const ImageArea& image, const ColorPalette* palette, 
                            const ImageArea& destination, ProgressCallback progress)
 {
     const PastedImage source(image, palette);
+    const AreaView to(destination);
     ToBW convert(source);
-    overlay(source, key, AreaView(destination), convert, progress);
+    if (source.area.bits() == 1)
+        overlayBits(source, key, to, convert.levels(), progress);
+    else
+        overlay(source, key, to, convert, progress);
 }
 
 void SynthesizeTo256Gray(const ImageArea& image, const ColorPalette* palette, const ImageArea& destination,

@@ -94,6 +94,11 @@ int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageArea* sour
     const unsigned count = 1U << from.bits();
     for (unsigned k = 0; k < count; ++k)
         bright[k] = isBright(palette->entries[k]);
+    if (count == 2) {
+        const auto bits = [&](unsigned index) -> uint8_t { return bright[index] != 0 ? 0xFF : 0; };
+        mapBitsToBits(from, to, progress, [&](uint32_t) -> BitPatterns { return {bits(0), bits(1)}; });
+        return IMAGE_STATUS_OK;
+    }
     const uint8_t* const begin = bright;
     const uint8_t* const end = bright + 256;
     const uint8_t* const step = std::find(begin, end, uint8_t{1});

@@ -96,6 +96,28 @@ inline void mapBits(const AreaView& source, const AreaView& destination, uint8_t
     });
 }
 
+// What the clear and the set bits of a line become: bytes that repeat along it from the destination's first one on.
+struct BitPatterns {
+    uint8_t zero;
+    uint8_t one;
+};
+
+// Bits to bits, by `patterns(j)` for line j.
+template <class Patterns>
+void mapBitsToBits(const AreaView& source, const AreaView& destination, ProgressCallback callback, Patterns patterns)
+{
+    const BitKernels& bits = *kernels().bits;
+    const Overlap overlap(source, destination);
+    const unsigned phase = destination.phase();
+    walkLines(overlap.height, callback, [&](uint32_t j) {
+        uint8_t* row = destination.row(j);
+        bits.copyBits(source.row(j), source.phase(), row, phase, overlap.width);
+        const BitPatterns own = patterns(j);
+        if (own.zero != 0 || own.one != 0xFF)
+            bits.changeBits(row, phase, overlap.width, own.zero ^ own.one, own.zero);
+    });
+}
+
 // Copies pixels to an area of the same pixel size, as they are.
 inline void copyLines(const AreaView& source, const AreaView& destination, ProgressCallback callback)
 {

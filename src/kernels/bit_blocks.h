@@ -39,9 +39,9 @@ struct BitBlockTable {
 
 // Thresholds of BitBlockKernels::flag, by the length of a block.
 struct LeastBits {
-    uint8_t inShort;
-    uint8_t inLong;
-    uint8_t inLast;
+    uint64_t inShort;
+    uint64_t inLong;
+    uint64_t inLast;
 };
 
 struct BitBlockKernels {
@@ -53,12 +53,12 @@ struct BitBlockKernels {
     void (*countInBytes)(const BitBlockTable& table, const uint8_t* row, ptrdiff_t stride, uint32_t lines,
                          uint8_t* counts);
 
-    // Bit i of destination = whether block i has at least as many set bits in `lines` rows as `least` says; at most
-    // BitBlockTable::most. The bits up to the next multiple of 64 are written as well.
+    // Bit i of destination = whether block i has at least as many set bits in `lines` rows as `least` says; where the
+    // table is arranged they have to be BitBlockTable::most at most. The bits up to the next multiple of 64 may change.
     void (*flag)(const BitBlockTable& table, const uint8_t* row, ptrdiff_t stride, uint32_t lines,
                  const LeastBits& least, uint8_t* destination);
 
-    // counts[i] = set bits of block `first` + i, for i < n; `first` is a multiple of 8. For tables not arranged.
+    // counts[i] = set bits of block `first` + i, for i < n; `first` is a multiple of 64. For tables not arranged.
     void (*count)(const BitBlockTable& table, uint32_t first, uint32_t n, const uint8_t* row, ptrdiff_t stride,
                   uint32_t lines, uint64_t* counts);
 

@@ -144,20 +144,41 @@ void copyBits(const uint8_t* LX_RESTRICT source, unsigned sourcePhase, uint8_t* 
         mergeByte(destination + bytes, fewBits(source + bytes, sourcePhase, n), 0xFF00U >> n & 0xFF);
 }
 
-void changeBits(uint8_t* row, unsigned phase, size_t bits, uint8_t keep, uint8_t flip)
+// Gives row[k] the bits of change(k) that are within the `bits` bits from place `phase` of row[0] on.
+template <class Change>
+void changeOwnBits(uint8_t* row, unsigned phase, size_t bits, Change change)
 {
+    size_t k = 0;
     if (phase != 0 && bits != 0) {
         const unsigned room = 8 - phase;
         const unsigned n = bits < room ? static_cast<unsigned>(bits) : room;
-        mergeByte(row, (*row & keep) ^ flip, (0xFF00U >> n & 0xFF) >> phase);
-        ++row;
+        mergeByte(row, change(0), (0xFF00U >> n & 0xFF) >> phase);
+        k = 1;
         bits -= n;
     }
-    const size_t bytes = bits / 8;
-    for (size_t k = 0; k < bytes; ++k)
-        row[k] = static_cast<uint8_t>((row[k] & keep) ^ flip);
+    const size_t end = k + bits / 8;
+    for (; k < end; ++k)
+        row[k] = change(k);
     if (const auto n = static_cast<unsigned>(bits % 8); n != 0)
-        mergeByte(row + bytes, (row[bytes] & keep) ^ flip, 0xFF00U >> n & 0xFF);
+        mergeByte(row + end, change(end), 0xFF00U >> n & 0xFF);
+}
+
+void changeBits(uint8_t* row, unsigned phase, size_t bits, uint8_t keep, uint8_t flip)
+{
+    changeOwnBits(row, phase, bits, [=](size_t k) { return static_cast<uint8_t>((row[k] & keep) ^ flip); });
+}
+
+void overlayBits(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT row, unsigned phase, size_t bits,
+                 const BitOverlay& overlay)
+{
+    const uint8_t pattern = overlay.patterns[0];
+    const uint8_t patterns = pattern ^ overlay.patterns[1];
+    const uint8_t opaque = overlay.opaque[0];
+    const uint8_t opaques = opaque ^ overlay.opaque[1];
+    changeOwnBits(row, phase, bits, [=](size_t k) {
+        const unsigned fresh = pattern ^ (source[k] & patterns);
+        return static_cast<uint8_t>(row[k] ^ ((row[k] ^ fresh) & (opaque ^ (source[k] & opaques))));
+    });
 }
 
 #if defined(LX_LEVEL_v4)
@@ -297,6 +318,7 @@ void repeat(const RowRuns& rows, size_t bytes, unsigned bits, unsigned times)
 
 } // namespace
 
-constexpr BitKernels bitKernels = {unpackBits, packBits, unpackNibbles, packNibbles, copyBits, repeat, changeBits};
+constexpr BitKernels bitKernels = {unpackBits, packBits, unpackNibbles, packNibbles,
+                                   copyBits,   repeat,   changeBits,    overlayBits};
 
 } // namespace lx::LX_LEVEL

@@ -10,6 +10,12 @@
 namespace lx
 {
 
+// What clear and set bits of a source become, masks that repeat with every byte of the row.
+struct BitOverlay {
+    uint8_t patterns[2];
+    uint8_t opaque[2]; // bits that change
+};
+
 struct BitKernels {
     // destination[8 k + b] = bit 7 - b of source[k] ? one : zero, for k < bytes.
     void (*unpackBits)(const uint8_t* source, uint8_t* destination, size_t bytes, uint8_t zero, uint8_t one);
@@ -36,6 +42,9 @@ struct BitKernels {
     // The `bits` bits from place `phase` (0 to 7) of row[0] on become (bit & keep) ^ flip. The masks repeat with every
     // byte of the row; the other bits of the first and last byte keep their values.
     void (*changeBits)(uint8_t* row, unsigned phase, size_t bits, uint8_t keep, uint8_t flip);
+
+    // The same bits become those of the source's pattern where that is opaque; the source has the same phase.
+    void (*overlayBits)(const uint8_t* source, uint8_t* row, unsigned phase, size_t bits, const BitOverlay& overlay);
 };
 
 } // namespace lx

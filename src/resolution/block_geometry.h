@@ -234,7 +234,10 @@ class RunWalker
 
     bool done() const { return left_ == 0; }
 
-    // The run of the next source pixel, empty if the reach is used up.
+    // Whether the reach is used up, so that the runs still to come are empty: very long axes have such runs.
+    bool full() const { return position_ == reach_; }
+
+    // The run of the next source pixel.
     bool next(Span& run) noexcept
     {
         if (done())

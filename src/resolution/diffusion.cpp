@@ -156,8 +156,9 @@ class DiffusedLine
         uint32_t k = 0;
         walkChunks(last.start + last.length - begin, chunkPixels, [&](uint32_t i, uint32_t n) {
             // Each entry holds the bits of few enough lines; taller blocks come in parts.
-            for (uint32_t line = 0; line < lines.length; line += mostLines)
-                addPart({lines.start + line, std::min(mostLines, lines.length - line)}, begin + i, n, k, columns);
+            walkChunks(lines.length, mostLines, [&](uint32_t line, uint32_t height) {
+                addPart({lines.start + line, height}, begin + i, n, k, columns);
+            });
             while (k < spans_.count && columns(k).start + columns(k).length <= begin + i + n)
                 ++k;
         });

@@ -29,13 +29,13 @@ struct Sample {
     {
         table.bias = bias;
         table.starts = starts;
-        table.count = random.between(1, repeats ? 2048 : 512);
+        table.count = random.between(1, repeats ? 2048 : rowCount < 10 ? 512 : 64);
         table.length = repeats ? 1 : shortest;
         table.phase = random.below(8);
         const uint32_t again = 50 >> random.below(6); // percent
         uint32_t start = 0;
         for (uint32_t i = 0; i < table.count; ++i) {
-            const bool longer = !repeats && shortest < lx::BitBlockTable::gatherLimit && random.chance(40);
+            const bool longer = !repeats && shortest != lx::BitBlockTable::gatherLimit && random.chance(40);
             starts[i] = start;
             bias[i] = longer ? lx::BitBlockTable::longBias : uint8_t{0};
             table.lastLength = random.between(1, table.length + (longer ? 1 : 0));
@@ -43,10 +43,19 @@ struct Sample {
         }
         table.bytes = (table.phase + starts[table.count - 1] + table.lastLength + 7) / 8;
         const size_t used = lines * (size_t{table.bytes} + 5);
-        random.fill(rows.end() - used, used);
+        if (lines < 10)
+            random.fill(rows.end() - used, used);
+        else // as many set bits as there can be
+            std::fill_n(rows.end() - used, used, uint8_t{0xFF});
     }
 
     Sample(Random& random, uint32_t shortest, bool repeats) : Sample(random, shortest, repeats, random.between(1, 9)) {}
+
+    lx::LeastBits anyLeast(Random& random) const
+    {
+        const uint32_t most = (table.length + 1) * lines;
+        return {random.between(0, most), random.between(0, most), random.between(0, most)};
+    }
 
     const uint8_t* last() const { return rows.end() - table.bytes; }
     ptrdiff_t stride() const { return -ptrdiff_t{5} - table.bytes; }
@@ -66,10 +75,7 @@ TEST_P(BitBlockLevels, CountAndFlagAlike)
         const uint32_t shortest = random.between(1, lx::BitBlockTable::gatherLimit);
         Sample sample(random, shortest, random.chance(20));
         const lx::BitBlockTable& table = sample.table;
-        const auto most = static_cast<uint8_t>((table.length + 1) * sample.lines);
-        const lx::LeastBits least = {static_cast<uint8_t>(random.between(0, most)),
-                                     static_cast<uint8_t>(random.between(0, most)),
-                                     static_cast<uint8_t>(random.between(0, most))};
+        const lx::LeastBits least = sample.anyLeast(random);
         std::vector<uint8_t> counts[2];
         std::vector<uint8_t> flags[2];
         for (int side = 0; side < 2; ++side) {
@@ -87,25 +93,38 @@ TEST_P(BitBlockLevels, CountAndFlagAlike)
         ASSERT_EQ(flags[0], flags[1]);
         for (uint32_t i = 0; i + 1 < table.count; ++i) {
             const bool longer = table.bias[i] != 0;
-            const int count = counts[0][i] - table.bias[i];
+            const auto count = static_cast<unsigned>(counts[0][i] - table.bias[i]);
             ASSERT_EQ((flags[0][i / 8] >> (7 - i % 8) & 1) != 0, count >= (longer ? least.inLong : least.inShort));
         }
     }
 }
 
-TEST_P(BitBlockLevels, CountWideBlocksAlike)
+TEST_P(BitBlockLevels, CountAndFlagWideBlocksAlike)
 {
     for (int k = 0; k < 1000; ++k) {
-        const Sample sample(random, random.chance(80) ? random.between(1, 70) : random.between(8, 900), false);
-        std::vector<uint64_t> expected(sample.table.count);
-        std::vector<uint64_t> actual(sample.table.count);
-        portable.count(sample.table, 0, sample.table.count, sample.last(), sample.stride(), sample.lines,
-                       expected.data());
-        const uint32_t cut = std::min(sample.table.count, random.below(60) * 8);
-        level.count(sample.table, 0, cut, sample.last(), sample.stride(), sample.lines, actual.data());
-        level.count(sample.table, cut, sample.table.count - cut, sample.last(), sample.stride(), sample.lines,
-                    actual.data() + cut);
+        const bool high = random.chance(5);
+        const uint32_t shortest = high                ? random.between(1, 16)
+                                  : random.chance(80) ? random.between(1, 70)
+                                                      : random.between(8, 900);
+        const Sample sample(random, shortest, false, high ? random.between(4600, 4800) : random.between(1, 9));
+        const lx::BitBlockTable& table = sample.table;
+        std::vector<uint64_t> expected(table.count);
+        std::vector<uint64_t> actual(table.count);
+        portable.count(table, 0, table.count, sample.last(), sample.stride(), sample.lines, expected.data());
+        const uint32_t cut = std::min(table.count, random.below(8) * 64);
+        level.count(table, 0, cut, sample.last(), sample.stride(), sample.lines, actual.data());
+        level.count(table, cut, table.count - cut, sample.last(), sample.stride(), sample.lines, actual.data() + cut);
         ASSERT_EQ(expected, actual);
+
+        const lx::LeastBits least = sample.anyLeast(random);
+        std::vector<uint8_t> flags((table.count + 63) / 64 * 8);
+        level.flag(table, sample.last(), sample.stride(), sample.lines, least, flags.data());
+        for (uint32_t i = 0; i < table.count; ++i) {
+            const uint64_t limit = i + 1 == table.count ? least.inLast
+                                   : table.bias[i] != 0 ? least.inLong
+                                                        : least.inShort;
+            ASSERT_EQ((flags[i / 8] >> (7 - i % 8) & 1) != 0, expected[i] >= limit);
+        }
     }
 }
 

@@ -115,6 +115,15 @@ const std::vector<KernelCase> colorKernelCases = {
          const auto flip = static_cast<uint8_t>(bench.random().next());
          kernels.bits->changeBits(inPlace(bench, n == 0 ? 0 : (phase + n + 7) / 8), phase, n, keep, flip);
      }},
+    {"overlayBits",
+     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
+         const unsigned phase = bench.random().below(8);
+         const size_t bytes = n == 0 ? 0 : (phase + n + 7) / 8;
+         lx::BitOverlay overlay;
+         bench.random().fill(overlay.patterns, 2);
+         bench.random().fill(overlay.opaque, 2);
+         kernels.bits->overlayBits(bench.bytes(bytes), inPlace(bench, bytes), phase, n, overlay);
+     }},
     {"matrix",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
          const lx::MatrixFactors factors = lx::fixedFactors(randomFactors<9>(bench.random(), 765));

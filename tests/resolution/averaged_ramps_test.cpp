@@ -1,5 +1,6 @@
 // Averaging to larger sizes: every pixel against the rule for ramps.
 
+#include "resolution/ramp_plan.h"
 #include "resolution/scaled_by_definition.h"
 #include "support/operations.h"
 
@@ -78,6 +79,21 @@ TEST(Averaging, RampsAcrossAndThenDown)
                 << sizes.width << " x " << sizes.height << " to " << sizes.newWidth << " x " << sizes.newHeight;
         }
     }
+}
+
+// The last run of this line is empty, and a plan is full just before it.
+TEST(Ramps, HaveGroupsInEveryPlan)
+{
+    lx::RunWalker runs(79833530, 123913398);
+    lx::RampPlan<3> plan;
+    uint32_t reached = 0;
+    for (uint32_t first = 0; !runs.done();) {
+        first += plan.take(runs, first);
+        ASSERT_NE(plan.picks.groupCount, 0U);
+        ASSERT_EQ(plan.picks.first, reached);
+        reached += plan.picks.count;
+    }
+    EXPECT_EQ(reached, runs.reach());
 }
 
 } // namespace

@@ -104,6 +104,17 @@ TEST(Majority, HalfIsBlack)
     EXPECT_TRUE(samePicture(bilevel({"##..#"}), scaled(source, blank(5, 1), worker(lx::ScaleBilevelByMajority))));
 }
 
+TEST(Majority, Exactly128Of255IsWhite)
+{
+    for (const uint32_t white : {127U, 128U}) {
+        Picture source = blank(17, 15);
+        for (uint32_t k = 0; k < white; ++k)
+            source.at(k % 17, k / 17) = 1;
+        EXPECT_TRUE(samePicture(blank(1, 1, white == 128),
+                                scaled(source, blank(1, 1, white != 128), worker(lx::ScaleBilevelByMajority))));
+    }
+}
+
 // By its definition: the line of columns that are black in any line of the block, scanned with a state.
 std::vector<uint32_t> runsByDefinition(const Picture& source, lx::Span lines, uint32_t width)
 {
