@@ -1,15 +1,20 @@
 // The program as a whole: arguments, help, the progress bar, and the demonstration.
 
+#include "commands/command_line.h"
 #include "files/page_file.h"
 #include "picture_files.h"
 #include "progress_bar.h"
 #include "sample/sample_page.h"
+#include "standard_streams.h"
 #include "tool_test.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <sstream>
+#include <unistd.h>
 
 namespace lxpage
 {
@@ -40,6 +45,14 @@ TEST_F(CommandLine, WrongArguments)
                                               {"halftone", in, out, "--band-lines", "-1"},
                                               {"halftone", in, out, "--method", "fixed", "--band-lines", "9"},
                                               {"halftone", in, out, "--page", "0"},
+                                              {"scale", in, out, "--factor", "nan"},
+                                              {"scale", in, out, "--dpi", "nan"},
+                                              {"sharpen", in, out, "--gains", "1,nan,1,1"},
+                                              {"sharpen", in, out, "--gains", "inf"},
+                                              {"tone", in, out, "--gamma", "nan"},
+                                              {"page", in, "-o", path("done"), "--dpi", "nan"},
+                                              {"demo", "-o", path("demo"), "--dpi", "nan"},
+                                              {"demo", "-o", path("demo"), "--tilt", "nan"},
                                               {"demo", "-o", path("demo"), "--tilt", "46"}};
     for (const auto& arguments : cases) {
         const RunResult result = run(arguments);
@@ -48,6 +61,73 @@ TEST_F(CommandLine, WrongArguments)
         EXPECT_EQ(result.output, "");
     }
     EXPECT_EQ(files(), std::set<std::string>{"in.tif"});
+}
+
+TEST_F(CommandLine, ComplaintsNameTheMistake)
+{
+    const struct {
+        std::vector<std::string> arguments;
+        const char* complaint;
+    } cases[] = {
+        {{"invent", "--help"}, "'invent' is not a command"},
+        {{"gray", "a", "b", "--page", "0"}, "--page: '0' is not a whole number from 1 to "},
+        {{"gray", "a", "b", "--page", "99999999999"}, "--page: '99999999999' is not a whole number from 1 to "},
+        {{"scale", "a", "b", "--dpi", "inf"}, "--dpi: 'inf' is not a number from 1 to 100000\n"}};
+    for (const auto& [arguments, complaint] : cases) {
+        EXPECT_EQ(run(arguments).errors.find("lxpage: " + std::string(complaint)), 0u) << complaint;
+    }
+}
+
+// Ends the process, which a test runs for this, as the program does that prints into `output`.
+[[noreturn]] void exitAsProgram(int output, std::vector<const char*> arguments)
+{
+    output < 0 ? close(STDOUT_FILENO) : dup2(output, STDOUT_FILENO);
+    occupyClosedStreams();
+    prepareForSignals();
+    arguments.insert(arguments.begin(), "lxpage");
+    std::_Exit(static_cast<int>(runCommandLine(static_cast<int>(arguments.size()), arguments.data())));
+}
+
+TEST_F(CommandLine, LostOutputIsAFailure)
+{
+    const std::string in = path("in.png");
+    const std::string out = path("out.png");
+    const std::string done = path("done");
+    writePage(in, makeSamplePage({.dpi = 50}));
+    int pipeEnds[2];
+    ASSERT_EQ(pipe(pipeEnds), 0);
+    close(pipeEnds[0]);
+    const struct {
+        int output;
+        const char* complaint;
+    } outputs[] = {
+        {open("/dev/full", O_WRONLY), "^lxpage: cannot write the standard output: No space left on device\n$"},
+        {-1, "^lxpage: cannot write the standard output: Bad file descriptor\n$"},
+        {pipeEnds[1], "^$"}}; // its reader has gone
+    const std::vector<const char*> commands[] = {{"--help"},
+                                                 {"--version"},
+                                                 {"gray", "--help"},
+                                                 {"angle", in.c_str()},
+                                                 {"angle", in.c_str(), "--json"},
+                                                 {"gray", in.c_str(), out.c_str(), "--time"},
+                                                 {"page", in.c_str(), "-o", done.c_str()},
+                                                 {"demo", "-o", done.c_str(), "--dpi", "50"}};
+    constexpr int failed = static_cast<int>(ExitCode::WriteFailed);
+    for (const auto& [output, complaint] : outputs) {
+        for (const auto& arguments : commands) {
+            EXPECT_EXIT(exitAsProgram(output, arguments), testing::ExitedWithCode(failed), complaint) << arguments[0];
+        }
+    }
+    close(outputs[0].output);
+    close(pipeEnds[1]);
+}
+
+TEST_F(CommandLine, ComplaintsFollowWhatIsPrinted)
+{
+    const std::string in = path("missing.png");
+    const std::string done = path("done");
+    EXPECT_EXIT(exitAsProgram(STDERR_FILENO, {"page", in.c_str(), "-o", done.c_str()}), testing::ExitedWithCode(3),
+                "degrees.*\nlxpage: cannot read");
 }
 
 TEST_F(CommandLine, HelpAndVersionGoToTheOutput)

@@ -113,6 +113,8 @@ TEST_F(Corrections, RefuseWrongArguments)
                                               {"full-color", in, out, "--window", "0"},
                                               {"halftone", in, out, "--method", "fixed", "--channel", "red"},
                                               {"mask", in, out, "--color", "1,2,"},
+                                              {"mask", in, out, "--area", "2,0,1,1"},
+                                              {"mask", in, out, "--area", "0,1,1,1"},
                                               {"mask", in, out, "--area", "0,0,1"}};
     for (const auto& arguments : cases) {
         const RunResult result = run(arguments);

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <png.h>
+#include <unistd.h>
 #include <zlib.h>
 
 namespace lxpage
@@ -26,7 +27,13 @@ std::vector<std::string> writeSoundFiles(const std::function<std::string(const c
     writeTiffPage(path("plain.tif"), {"", 8, 3, PHOTOMETRIC_RGB});
     writeTiffPage(path("group4.tif"), {"", 1, 1, PHOTOMETRIC_MINISWHITE, COMPRESSION_CCITTFAX4});
     writeTiffPage(path("tiles.tif"), {"", 8, 1, PHOTOMETRIC_MINISBLACK, COMPRESSION_LZW, true});
-    return {"gray.png", "colour.png", "palette.png", "gray.jpg", "colour.jpg", "plain.tif", "group4.tif", "tiles.tif"};
+    for (const auto& [name, mode] : {std::pair("pages.tif", "w"), {"large.tif", "w8b"}}) {
+        writeTiffPage(path(name), {"", 1}, mode);
+        writeTiffPage(path(name), {"", 4}, "a");
+        writeTiffPage(path(name), {"", 8}, "a");
+    }
+    return {"gray.png",  "colour.png", "palette.png", "gray.jpg",  "colour.jpg",
+            "plain.tif", "group4.tif", "tiles.tif",   "pages.tif", "large.tif"};
 }
 
 TEST_F(Damage, FilesCutOffAnywhere)
@@ -66,8 +73,9 @@ TEST_F(Damage, Pnm)
     }
 }
 
-// The strips follow the directory, as many writers place them, so that a cut file still opens.
-std::string tiffWithDataLast(uint16_t compression, const std::string& data, uint32_t width, uint32_t height)
+// The strips follow the directory, as many writers place them, so that a cut file still opens; or they stand before it.
+std::string tiffOf(uint16_t compression, const std::string& data, uint32_t width, uint32_t height,
+                   bool directoryLast = false)
 {
     const auto number = [](uint32_t value, int bytes) {
         std::string text;
@@ -86,24 +94,35 @@ std::string tiffWithDataLast(uint16_t compression, const std::string& data, uint
                                 {TIFFTAG_ROWSPERSTRIP, height},
                                 {TIFFTAG_STRIPBYTECOUNTS, static_cast<uint32_t>(data.size())}};
     const auto count = static_cast<uint32_t>(std::size(tags));
-    std::string file = std::string("II*\0", 4) + number(8, 4) + number(count, 2);
-    const uint32_t dataStart = 8 + 2 + 12 * count + 4;
+    const uint32_t dataStart = directoryLast ? 8 : 8 + 2 + 12 * count + 4;
+    std::string directory = number(count, 2);
     for (const auto& [tag, value] : tags) {
-        file += number(tag, 2) + number(TIFF_LONG, 2) + number(1, 4) +
-                number(tag == TIFFTAG_STRIPOFFSETS ? dataStart : value, 4);
+        directory += number(tag, 2) + number(TIFF_LONG, 2) + number(1, 4) +
+                     number(tag == TIFFTAG_STRIPOFFSETS ? dataStart : value, 4);
     }
-    return file + number(0, 4) + data;
+    directory += number(0, 4);
+    const auto size = static_cast<uint32_t>(data.size());
+    return std::string("II*\0", 4) +
+           (directoryLast ? number(8 + size, 4) + data + directory : number(8, 4) + directory + data);
 }
 
-TEST_F(Damage, TiffCutWithinItsStrips)
+TEST_F(Damage, TiffCutWithinItsParts)
 {
-    const std::string whole = tiffWithDataLast(COMPRESSION_NONE, std::string(16, '\x55'), 64, 2);
+    const std::string whole = tiffOf(COMPRESSION_NONE, std::string(16, '\x55'), 64, 2);
     putBytes(path("in.tif"), whole);
     EXPECT_EQ(run({"halftone", path("in.tif"), path("out.png")}).code, ExitCode::Done);
     putBytes(path("in.tif"), whole.substr(0, whole.size() - 1));
     expectRefused(path("in.tif"), ExitCode::Damaged);
+    // The last bytes say whether another page follows.
+    const std::string linkLast = tiffOf(COMPRESSION_NONE, std::string(16, '\x55'), 64, 2, true);
+    putBytes(path("in.tif"), linkLast);
+    EXPECT_EQ(run({"halftone", path("in.tif"), path("out.png")}).code, ExitCode::Done);
+    for (const unsigned missing : {1U, 4U, 5U}) {
+        putBytes(path("in.tif"), linkLast.substr(0, linkLast.size() - missing));
+        expectRefused(path("in.tif"), ExitCode::Damaged);
+    }
     // A fax decoder would make up the lines that are missing here.
-    putBytes(path("in.tif"), tiffWithDataLast(COMPRESSION_CCITTFAX4, "\x26\xa0", 64, 40));
+    putBytes(path("in.tif"), tiffOf(COMPRESSION_CCITTFAX4, "\x26\xa0", 64, 40));
     expectRefused(path("in.tif"), ExitCode::Damaged);
 }
 
@@ -137,7 +156,7 @@ TEST_F(Damage, HeadersOfGiants)
                                  "P5 1 65501 255\n",
                                  "P6 40000 40000 255\n",
                                  "P2 99999999999999999999 1 255 ",
-                                 tiffWithDataLast(COMPRESSION_CCITTFAX4, "x", 65500, 65500)};
+                                 tiffOf(COMPRESSION_CCITTFAX4, "x", 65500, 65500)};
     for (const std::string& bytes : files) {
         SCOPED_TRACE(bytes.substr(0, 24));
         putBytes(path("giant"), bytes);
@@ -155,7 +174,7 @@ TEST_F(Damage, KindsThatAreNotSupported)
     writeTiffPage(path("cmyk.tif"), {"", 8, 4, PHOTOMETRIC_SEPARATED});
     writeTiffPage(path("wide.tif"),
                   {"", 8, 2, PHOTOMETRIC_PALETTE, COMPRESSION_NONE, false, false, EXTRASAMPLE_UNASSALPHA});
-    putBytes(path("codec.tif"), tiffWithDataLast(4711, "x", 8, 1));
+    putBytes(path("codec.tif"), tiffOf(4711, "x", 8, 1));
     for (const std::string& name : files()) {
         SCOPED_TRACE(name);
         expectRefused(path(name), ExitCode::Unsupported);
@@ -166,6 +185,11 @@ TEST_F(Damage, FilesThatCannotBeRead)
 {
     expectRefused(path("missing.png"), ExitCode::Unreadable);
     expectRefused(path(""), ExitCode::Unreadable); // the directory
+    int pipeEnds[2];
+    ASSERT_EQ(pipe(pipeEnds), 0);
+    expectRefused("/dev/fd/" + std::to_string(pipeEnds[0]), ExitCode::Unreadable);
+    close(pipeEnds[0]);
+    close(pipeEnds[1]);
 }
 
 } // namespace

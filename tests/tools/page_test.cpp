@@ -5,6 +5,8 @@
 #include "slant.h"
 #include "tool_test.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <sstream>
 
 namespace lxpage
@@ -51,7 +53,7 @@ TEST_F(PageRoad, StraightensStoresAndPreviewsEveryPage)
         EXPECT_EQ(readPage(stem + "-halftone.png").type(), IMAGE_TYPE_BW);
         // What is left of the tilt is less than half of it.
         const Image straight = readPage(stem + "-straight.png");
-        EXPECT_LT(std::abs(measureAngle(straight, nullptr)), std::abs(tilts[k]) / 2);
+        EXPECT_LT(std::abs(measureSlant(straight, nullptr).angle), std::abs(tilts[k]) / 2);
     }
 }
 
@@ -61,11 +63,68 @@ TEST_F(PageRoad, OverlayShowsTheEdgeThatGaveTheAngle)
     const Slant slant = measureSlant(page, nullptr);
     const Image overlay = slantOverlay(page, slant);
     ASSERT_EQ(overlay.height(), 750u);
-    const bool isA = slant.endA.column != 0 || slant.endA.row != 0;
+    const bool isA = slant.hasEdgeA();
     const Slant::Point& end = isA ? slant.endA : slant.endB;
     ASSERT_NE(end.column, 0u);
     EXPECT_EQ(colorAt(overlay, end.column, end.row), isA ? Rgb({230, 0, 0}) : Rgb({0, 160, 0}));
     EXPECT_EQ(colorAt(overlay, slant.bandFirst.column, slant.bandFirst.row), Rgb({0, 90, 255}));
+}
+
+TEST_F(PageRoad, TellsWhereNothingCouldBeMeasured)
+{
+    const struct {
+        double tilt;
+        bool isMeasured;
+    } cases[] = {{0, true}, {2, true}, {7, false}}; // the last one is too steep, though its edge is found
+    for (const auto& [tilt, isMeasured] : cases) {
+        const Slant slant = measureSlant(makeSamplePage({.dpi = 60, .tiltDegrees = tilt}), nullptr);
+        EXPECT_EQ(slant.isMeasured(), isMeasured) << tilt;
+        EXPECT_TRUE(slant.hasEdgeA() || slant.hasEdgeB()) << tilt;
+    }
+    Image blank(IMAGE_TYPE_256GRAY, 90, 120);
+    fillWhite(blank);
+    writePage(path("blank.png"), blank);
+    EXPECT_EQ(run({"angle", path("blank.png")}).output, "not measured  " + path("blank.png") + "\n");
+    EXPECT_EQ(run({"angle", path("blank.png"), "--json"}).output,
+              "[\n  {\"file\": \"" + path("blank.png") +
+                  "\", \"page\": 1, \"measured\": false, \"degrees\": 0.000000, \"measuredOn\": [563, 750], "
+                  "\"bandFirst\": null, \"bandLast\": null, \"startA\": null, \"endA\": null, \"startB\": null, "
+                  "\"endB\": null}\n]\n");
+    const Image overlay = slantOverlay(blank, measureSlant(blank, nullptr));
+    for (uint32_t y = 0; y < overlay.height(); ++y) {
+        for (uint32_t x = 0; x < overlay.width(); ++x) {
+            ASSERT_EQ(colorAt(overlay, x, y), Rgb({255, 255, 255})) << x << ", " << y;
+        }
+    }
+}
+
+TEST_F(PageRoad, GoesOnAfterABadInput)
+{
+    const std::string first = scan("first.tif", {0});
+    const std::string damaged = scan("damaged.tif", {0, 1});
+    const std::string last = scan("last.png", {0});
+    std::string bytes = bytesOf(damaged);
+    bytes.replace(bytes.size() * 7 / 10, 99, 99, '\0'); // in the second page
+    putBytes(damaged, bytes);
+    const std::vector<std::string> inputs = {first, path("missing.png"), damaged, last};
+    const auto runOn = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin() + 1, inputs.begin(), inputs.end());
+        const RunResult result = run(arguments);
+        EXPECT_EQ(result.code, ExitCode::Unreadable);
+        EXPECT_NE(result.errors.find("'" + inputs[1] + "'"), std::string::npos) << result.errors;
+        EXPECT_NE(result.errors.find("'" + damaged + "'"), std::string::npos) << result.errors;
+        return result.output;
+    };
+    runOn({"page", "-o", path("done")});
+    std::set<std::string> written;
+    for (const auto& entry : std::filesystem::directory_iterator(path("done"))) {
+        written.insert(entry.path().filename().string());
+    }
+    EXPECT_EQ(written, (std::set<std::string>{"first.tif", "first-thumbnail.png", "last.tif", "last-thumbnail.png"}));
+    const std::string list = runOn({"angle", "--json"});
+    EXPECT_EQ(std::count(list.begin(), list.end(), '{'), 3); // one page of the damaged file
+    EXPECT_TRUE(list.starts_with("[\n  {") && list.ends_with("}\n]\n")) << list;
+    EXPECT_EQ(run({"angle", "--json", path("missing.png")}).output, "[\n]\n");
 }
 
 TEST_F(PageRoad, RefusesToOverwriteAndKeepsPagesOfUnknownResolution)
@@ -73,9 +132,16 @@ TEST_F(PageRoad, RefusesToOverwriteAndKeepsPagesOfUnknownResolution)
     const std::string in = scan("scan.tif", {0});
     putBytes(path("plain.pgm"), "P5 3 2 255\n" + std::string(6, '\xff'));
     putBytes(path("scan.png"), "");
+    putBytes(path("scan-thumbnail.png"), "");
+    const std::string pages = scan("pages.tif", {0, 0});
+    putBytes(path("pages-2.pgm"), "P5 1 1 255\n1");
+    std::filesystem::create_directory(path("in"));
+    const std::string inner = scan("in/scan.tif", {0});
     const std::vector<std::string> cases[] = {{"page", in},
                                               {"page", in, path("scan.png"), "-o", path("done")},
                                               {"page", in, "-o", path("")},
+                                              {"page", inner, path("scan-thumbnail.png"), "-o", path("")},
+                                              {"page", pages, path("pages-2.pgm"), "-o", path("done")},
                                               {"page", in, "-o", path("done"), "--dpi", "0"}};
     for (const auto& arguments : cases) {
         EXPECT_EQ(run(arguments).code, ExitCode::Usage) << testing::PrintToString(arguments);

@@ -234,13 +234,16 @@ TEST_F(Read, TurnsStoredOrientationsUpright)
 
 TEST_F(Read, PagesOfATiffWithoutItsPreviews)
 {
-    writeTiffPage(path("in.tif"), {"", 1, 1, kInk});
-    writeTiffPage(path("in.tif"), {"", 8, 1, kGray}, "a", 0, RESUNIT_INCH, FILETYPE_REDUCEDIMAGE);
-    writeTiffPage(path("in.tif"), {"", 8, 3, kColor}, "a");
-    const auto pages = openPages(path("in.tif"));
-    ASSERT_EQ(pages->count(), 2u);
-    EXPECT_EQ(pages->read(1).type(), IMAGE_TYPE_16MRGB);
-    EXPECT_EQ(pages->read(0).type(), IMAGE_TYPE_BW);
+    for (const char* mode : {"wl", "wb", "w8l", "w8b"}) { // either byte order, in classic files and in large ones
+        SCOPED_TRACE(mode);
+        writeTiffPage(path("in.tif"), {"", 1, 1, kInk}, mode);
+        writeTiffPage(path("in.tif"), {"", 8, 1, kGray}, "a", 0, RESUNIT_INCH, FILETYPE_REDUCEDIMAGE);
+        writeTiffPage(path("in.tif"), {"", 8, 3, kColor}, "a");
+        const auto pages = openPages(path("in.tif"));
+        ASSERT_EQ(pages->count(), 2u);
+        EXPECT_EQ(pages->read(1).type(), IMAGE_TYPE_16MRGB);
+        EXPECT_EQ(pages->read(0).type(), IMAGE_TYPE_BW);
+    }
 }
 
 TEST_F(Read, BlackAndWhitePalettesAreBilevel)

@@ -5,6 +5,8 @@
 #include "tool_test.h"
 
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <png.h>
 #include <sys/resource.h>
@@ -112,6 +114,30 @@ TEST_F(Write, PlacesThatCannotBeWritten)
         EXPECT_EQ(result.errors.find("lxpage: cannot write '" + output + "': "), 0u) << result.errors;
     }
     EXPECT_EQ(files(), before);
+}
+
+TEST_F(Write, SignalsLeaveNoTemporaryFiles)
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXFSZ}) {
+        const auto writeAndRaise = [&] {
+            prepareForSignals();
+            {
+                PageWriter first(path("first.tif"));
+                PageWriter second(path("second.tif"));
+                PageWriter third(path("third.png"));
+                second.append(patterned(IMAGE_TYPE_BW));
+                second.finish();
+                std::raise(signal);
+            }
+            std::_Exit(0);
+        };
+        const bool ignored = signal == SIGPIPE || signal == SIGXFSZ;
+        const auto hasEnded = [&](int status) {
+            return ignored ? testing::ExitedWithCode(0)(status) : testing::KilledBySignal(signal)(status);
+        };
+        EXPECT_EXIT(writeAndRaise(), hasEnded, "") << strsignal(signal);
+        EXPECT_EQ(files(), std::set<std::string>{"second.tif"});
+    }
 }
 
 // A limit on the size of files stands for a full disk.

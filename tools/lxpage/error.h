@@ -17,9 +17,10 @@ enum class ExitCode : int {
     Damaged = 4,     // the input is truncated or corrupt
     Unsupported = 5, // the input is sound, but of a kind the tool does not read
     TooLarge = 6,    // beyond the tool's limits, or out of memory
-    WriteFailed = 7, // the output could not be written
+    WriteFailed = 7, // the output, a file or what is printed, could not be written
 };
 
+// An empty message says nothing: the user knows already.
 class PageError : public std::runtime_error
 {
   public:

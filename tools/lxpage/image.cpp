@@ -115,8 +115,11 @@ void checkPageSize(uint64_t width, uint64_t height, unsigned bytesPerPixel)
         throw PageError(ExitCode::TooLarge,
                         size + ", but a side may have at most " + std::to_string(kMaxSide) + " pixels");
     }
-    if (width * height > kMaxPixels || width * height * bytesPerPixel > kMaxBytes) {
-        throw PageError(ExitCode::TooLarge, size + " would need more memory than the tool takes for a page");
+    if (width * height > kMaxPixels) {
+        throw PageError(ExitCode::TooLarge, size + ", but a page may have at most a thousand million");
+    }
+    if (width * height * bytesPerPixel > kMaxBytes) {
+        throw PageError(ExitCode::TooLarge, size + " would need more than 4 GiB of memory");
     }
 }
 

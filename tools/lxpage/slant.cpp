@@ -1,5 +1,7 @@
 #include "slant.h"
 
+#include <cstdio>
+
 namespace lxpage
 {
 
@@ -33,18 +35,6 @@ class WorkAreas
 
 } // namespace
 
-double measureAngle(const Image& page, ProgressCallback progress)
-{
-    const ImageArea source = page.area();
-    WorkAreas work(source);
-    double angle = 0;
-    if (work.hasPixels()) {
-        expectOk(lxDetectionSlantAngle(&angle, &source, &page.palette, &work.small, &work.medium, &work.full, progress),
-                 "lxDetectionSlantAngle");
-    }
-    return angle;
-}
-
 Slant measureSlant(const Image& page, ProgressCallback progress)
 {
     const ImageArea source = page.area();
@@ -61,6 +51,22 @@ Slant measureSlant(const Image& page, ProgressCallback progress)
         expectOk(status, "lxDetectionSlantAngleForDebug");
     }
     return slant;
+}
+
+bool Slant::isMeasured() const
+{
+    const auto isLevel = [](const Point& start, const Point& end) {
+        return start.column == end.column || start.row == end.row;
+    };
+    // The angle of an edge that is too steep is 0, too.
+    return angle != 0 || (hasEdgeA() && isLevel(startA, endA)) || (hasEdgeB() && isLevel(startB, endB));
+}
+
+std::string degreesText(const Slant& slant)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "%12.3f", slant.angle);
+    return slant.isMeasured() ? text : "not measured";
 }
 
 } // namespace lxpage

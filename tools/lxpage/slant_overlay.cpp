@@ -53,11 +53,6 @@ void drawFrame(Image& image, const Point& first, const Point& last, const Color&
     drawLine(image, left, first, color);
 }
 
-bool isSet(const Point& point)
-{
-    return point.column != 0 || point.row != 0;
-}
-
 } // namespace
 
 Image slantOverlay(const Image& page, const Slant& slant)
@@ -65,13 +60,13 @@ Image slantOverlay(const Image& page, const Slant& slant)
     constexpr Color red{230, 0, 0}, green{0, 160, 0}, blue{0, 90, 255};
     ProgressBar silent("", nullptr);
     Image image = toColor(scale(page, ScaleMethod::Averaging, {slant.width, slant.height}, silent));
-    if (isSet(slant.bandLast)) {
+    if (slant.hasBand()) {
         drawFrame(image, slant.bandFirst, slant.bandLast, blue);
     }
-    if (isSet(slant.endA)) {
+    if (slant.hasEdgeA()) {
         drawLine(image, slant.startA, slant.endA, red);
     }
-    if (isSet(slant.endB)) {
+    if (slant.hasEdgeB()) {
         drawLine(image, slant.startB, slant.endB, green);
     }
     return image;

@@ -2,11 +2,13 @@
 
 #include "commands/command_line.h"
 #include "commands/list.h"
+#include "standard_streams.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <new>
+#include <sstream>
 
 namespace lxpage
 {
@@ -26,8 +28,9 @@ constexpr const char* kFooter =
     "  3  the input cannot be opened or read\n"
     "  4  the input is truncated or damaged\n"
     "  5  the input is of a kind that is not supported\n"
-    "  6  the page is too large (a side above 65500 pixels, or more memory than 4 GiB), or memory ran out\n"
-    "  7  the output cannot be written";
+    "  6  the page is too large (a side above 65500 pixels, above a thousand million pixels, or more memory\n"
+    "     than 4 GiB), or memory ran out\n"
+    "  7  the output, a file or what is printed, cannot be written";
 
 // In the order of the help.
 constexpr void (*kCommands[])(CLI::App& app) = {
@@ -35,26 +38,32 @@ constexpr void (*kCommands[])(CLI::App& app) = {
     addPaste, addQuantize, addRotate,    addScale, addSharpen,  addThumbnail, addTone,   addDemo,
 };
 
-ExitCode complain(ExitCode code, const char* message)
+bool isCommand(const CLI::App& app, const std::string& name)
 {
-    std::fprintf(stderr, "lxpage: %s\n", message);
-    return code;
+    const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
+    return std::any_of(commands.begin(), commands.end(),
+                       [&](const CLI::App* command) { return command->get_name() == name; });
 }
 
 ExitCode parseAndRun(CLI::App& app, int argumentCount, const char* const* arguments)
 {
     try {
+        const std::string first = argumentCount > 1 ? arguments[1] : "-";
+        if (first[0] != '-' && !isCommand(app, first)) {
+            throw CLI::ParseError("'" + first + "' is not a command", CLI::ExitCodes::ExtrasError);
+        }
         app.parse(argumentCount, arguments);
         if (app.get_subcommands().empty()) {
             throw CLI::RequiredError("a command");
         }
         return ExitCode::Done;
     } catch (const CLI::Success& request) { // for help or the version
-        app.exit(request);
+        std::ostringstream text;
+        app.exit(request, text);
+        std::fputs(text.str().c_str(), stdout);
         return ExitCode::Done;
     } catch (const CLI::ParseError& error) {
-        complain(ExitCode::Usage, error.what());
-        std::fputs("Try `lxpage --help` or `lxpage COMMAND --help`.\n", stderr);
+        std::fprintf(stderr, "lxpage: %s\nTry `lxpage --help` or `lxpage COMMAND --help`.\n", error.what());
         return ExitCode::Usage;
     }
 }
@@ -66,18 +75,18 @@ ExitCode runCommandLine(int argumentCount, const char* const* arguments)
     try {
         CLI::App app(kDescription, "lxpage");
         app.set_version_flag("--version", "lxpage " LXPAGE_VERSION, "Print the version and exit");
-        app.require_subcommand(0, 1); // so that a mistyped command is named in the complaint
+        app.require_subcommand(0, 1); // none is complained of below
         for (const auto add : kCommands) {
             add(app);
         }
         app.footer(kFooter); // last, or every command would inherit it
-        return parseAndRun(app, argumentCount, arguments);
-    } catch (const PageError& error) {
-        return complain(error.code(), error.what());
-    } catch (const std::bad_alloc&) {
-        return complain(ExitCode::TooLarge, "out of memory");
-    } catch (const std::exception& error) {
-        return complain(ExitCode::Internal, error.what());
+        const ExitCode code = parseAndRun(app, argumentCount, arguments);
+        if (code == ExitCode::Done) {
+            flushOutput();
+        }
+        return code;
+    } catch (const std::exception&) {
+        return complain();
     }
 }
 

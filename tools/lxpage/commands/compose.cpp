@@ -3,9 +3,9 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
 #include "files/page_file.h"
-#include "page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>
@@ -28,6 +28,16 @@ struct PasteOptions {
 
 using Corner = std::vector<uint32_t>;
 
+// A column and a row, whatever follows them.
+void requireInside(const char* option, const Corner& corner, const Image& page)
+{
+    if (corner[0] >= page.width() || corner[1] >= page.height()) {
+        throw PageError(ExitCode::Usage, std::string(option) + " lies outside the page of " +
+                                             std::to_string(page.width()) + " x " + std::to_string(page.height()) +
+                                             " pixels");
+    }
+}
+
 // The picture's pixels but those of the key's colour, if there is a key.
 struct Overlay {
     Image picture;
@@ -39,10 +49,7 @@ struct Overlay {
 Image pasted(const Image& page, const Overlay& overlay, const Corner& corner, ProgressBar& bar)
 {
     Image result = toPlain(page);
-    if (corner[0] >= page.width() || corner[1] >= page.height()) {
-        throw PageError(ExitCode::Usage, "--at lies outside the page of " + std::to_string(page.width()) + " x " +
-                                             std::to_string(page.height()) + " pixels");
-    }
+    requireInside("--at", corner, page);
     const ImageArea from = overlay.picture.area();
     ImageArea to = result.area();
     to.x = corner[0];
@@ -69,7 +76,7 @@ void addPaste(CLI::App& app)
         ->add_option("--tolerance", options->tolerance,
                      "How far levels may be from the key's and still be left out, in gray\n"
                      "and full-colour pictures")
-        ->check(CLI::Range(0u, 255u).description(""))
+        ->check(wholeNumberFrom(0, 255))
         ->capture_default_str();
     command->callback([command, options] {
         if (command->count("--tolerance") > 0 && options->key.empty()) {
@@ -79,8 +86,8 @@ void addPaste(CLI::App& app)
         const bool useKey = !options->key.empty();
         const std::vector<uint8_t> key = colorFrom("--key", useKey ? options->key : "0,0,0");
         const Overlay overlay = {readPage(options->picture), useKey, key, options->tolerance};
-        processPages(options->files, "paste",
-                     [&](const Image& page, ProgressBar& bar) { return pasted(page, overlay, corner, bar); });
+        convertFile(options->files, "paste",
+                    [&](const Image& page, ProgressBar& bar) { return pasted(page, overlay, corner, bar); });
     });
 }
 
@@ -101,8 +108,9 @@ Image masked(const Image& page, const std::vector<uint32_t>& numbers, const std:
     Image result = toPlain(page);
     ImageArea area = result.area();
     if (!numbers.empty()) {
-        area.x = std::min(numbers[0], page.width());
-        area.y = std::min(numbers[1], page.height());
+        requireInside("--area", numbers, page);
+        area.x = numbers[0];
+        area.y = numbers[1];
         area.width = std::min(numbers[2], page.width() - area.x);
         area.height = std::min(numbers[3], page.height() - area.y);
     }
@@ -127,9 +135,8 @@ void addMask(CLI::App& app)
             area = numbersFrom("--area", options->area, 4, kMaxSide);
         }
         const std::vector<uint8_t> color = colorFrom("--color", options->color);
-        processPages(options->files, "mask", [&](const Image& page, ProgressBar& bar) {
-            return masked(page, area, color, options->tint, bar);
-        });
+        convertFile(options->files, "mask",
+                    [&](const Image& page, ProgressBar& bar) { return masked(page, area, color, options->tint, bar); });
     });
 }
 

@@ -6,10 +6,10 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
 #include "gray.h"
 #include "halftone.h"
-#include "page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>
@@ -74,15 +74,17 @@ void addGray(CLI::App& app)
         ->add_option("--window", options->window,
                      "Bilevel pages: the share of white in a square of this many pixels,\n"
                      "each pixel its top left corner; otherwise black and white stay")
-        ->check(CLI::Range(1, 0xFFFF).description(""));
+        ->check(wholeNumberFrom(1, 0xFFFF));
     command->callback([options] {
-        processPages(options->files, "gray",
-                     [&](const Image& page, ProgressBar& bar) { return inGray(page, *options, bar); });
+        convertFile(options->files, "gray",
+                    [&](const Image& page, ProgressBar& bar) { return inGray(page, *options, bar); });
     });
 }
 
 namespace
 {
+
+constexpr int32_t kMostRange = 1'000'000;
 
 struct HalftoneOptions {
     FileArguments files;
@@ -159,22 +161,25 @@ void addOptions(CLI::App& command, HalftoneOptions& options)
     addNamed(command, "--channel", options.channel, namesOf(channelNames),
              "Gray of colour pages: sum, red, green or blue");
     command.add_option("--band-lines", settings.bandLines, "Lines converted at a time; 0 takes the page at once")
-        ->check(CLI::Range(0u, kMaxSide).description(""))
+        ->check(wholeNumberFrom(0, kMaxSide))
         ->capture_default_str();
     command
         .add_option("--level", settings.threshold.level, "Threshold: from -range (all but black is white) to +range")
+        ->check(wholeNumberFrom(-kMostRange, kMostRange))
         ->capture_default_str();
     command.add_option("--range", settings.threshold.range, "Threshold: the scale of --level")
-        ->check(CLI::Range(1, 1'000'000).description(""))
+        ->check(wholeNumberFrom(1, kMostRange))
         ->capture_default_str();
     addNamed(command, "--matrix", options.matrix, matrixNames(), "Dither: bayer2, bayer4, bayer8, bayer16 or cluster");
     command
         .add_option("--kernel", options.kernels,
                     "Diffusion: floyd-steinberg (the default), three-way, light, even,\n"
                     "or four weights (right, lower left, below, lower right) such as\n"
-                    "0.5,0.2,0.2,0.1; several are taken in turn along each line")
+                    "0.5,0.2,0.2,0.1; give the option several times for several kernels,\n"
+                    "which are taken in turn along each line")
         ->type_name("KERNEL")
-        ->allow_extra_args(false);
+        ->expected(1)
+        ->take_all();
     command.add_flag("--random", settings.randomKernels,
                      "Diffusion: draw a kernel at random for every pixel; differs from run to run");
 }
@@ -188,8 +193,8 @@ void addHalftone(CLI::App& app)
     addOptions(*command, *options);
     command->callback([command, options] {
         completeSettings(*command, *options);
-        processPages(options->files, "halftone",
-                     [&](const Image& page, ProgressBar& bar) { return halftone(page, options->settings, bar); });
+        convertFile(options->files, "halftone",
+                    [&](const Image& page, ProgressBar& bar) { return halftone(page, options->settings, bar); });
     });
 }
 
@@ -270,8 +275,8 @@ void addQuantize(CLI::App& app)
         if (command->count("--method") > 0 && options->colors != 8) {
             throw PageError(ExitCode::Usage, "--method belongs to --colors 8");
         }
-        processPages(options->files, "quantize",
-                     [&](const Image& page, ProgressBar& bar) { return quantized(page, *options, bar); });
+        convertFile(options->files, "quantize",
+                    [&](const Image& page, ProgressBar& bar) { return quantized(page, *options, bar); });
     });
 }
 
@@ -309,9 +314,9 @@ void addFullColor(CLI::App& app)
         ->add_option("--window", options->window,
                      "Smooth a page of 8 colours, as `quantize --colors 8` makes them, over\n"
                      "a square of this many pixels; other colours are taken for the nearest")
-        ->check(CLI::Range(1, 0xFFFF).description(""));
+        ->check(wholeNumberFrom(1, 0xFFFF));
     command->callback([options] {
-        processPages(options->files, "full colour", [&](const Image& page, ProgressBar& bar) {
+        convertFile(options->files, "full colour", [&](const Image& page, ProgressBar& bar) {
             return options->window == 0 ? toColor(page, bar.part(0, 1)) : descreened(page, options->window, bar);
         });
     });

@@ -5,8 +5,8 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
-#include "page_run.h"
 #include "retype.h"
 
 #include <CLI/CLI.hpp>
@@ -58,7 +58,7 @@ void addTone(CLI::App& app)
     addFileArguments(*command, options->files);
     const auto addLevel = [&](const char* option, CorrectionLevel& setting, int32_t least, const char* text) {
         command->add_option(option, setting.level, text)
-            ->check(CLI::Range(least, fullScale).description(""))
+            ->check(wholeNumberFrom(least, fullScale))
             ->capture_default_str();
     };
     addLevel("--brightness", options->brightness, -fullScale, "From -100 to 100, half the scale darker or lighter");
@@ -69,8 +69,8 @@ void addTone(CLI::App& app)
     command->add_flag("--negative", options->negative, "Exchange black and white");
     command->callback([options] {
         const GammaTable table = tableOf(*options);
-        processPages(options->files, "tone",
-                     [&](const Image& page, ProgressBar& bar) { return toned(page, table, bar); });
+        convertFile(options->files, "tone",
+                    [&](const Image& page, ProgressBar& bar) { return toned(page, table, bar); });
     });
 }
 
@@ -101,7 +101,7 @@ void addColor(CLI::App& app)
     addFileArguments(*command, options->files);
     const auto addLevel = [&](const char* option, CorrectionLevel& setting, const char* text) {
         command->add_option(option, setting.level, text)
-            ->check(CLI::Range(-setting.maxLevel, setting.maxLevel).description(""))
+            ->check(wholeNumberFrom(-setting.maxLevel, setting.maxLevel))
             ->capture_default_str();
     };
     addLevel("--hue", options->hue, "Turn all colours by this many degrees, from -180 to 180");
@@ -111,8 +111,8 @@ void addColor(CLI::App& app)
         ColorCorrectionMatrix matrix;
         expectOk(lxCreateColorCorrectionMatrix(&options->hue, &options->saturation, &options->lightness, &matrix),
                  "lxCreateColorCorrectionMatrix");
-        processPages(options->files, "color",
-                     [&](const Image& page, ProgressBar& bar) { return corrected(page, matrix, bar); });
+        convertFile(options->files, "color",
+                    [&](const Image& page, ProgressBar& bar) { return corrected(page, matrix, bar); });
     });
 }
 
@@ -120,6 +120,7 @@ namespace
 {
 
 constexpr uint16_t crossMode = 1;
+constexpr double kMostGain = 1000;
 
 struct SharpenOptions {
     FileArguments files;
@@ -170,11 +171,12 @@ void addSharpen(CLI::App& app)
                      "edges across and down; with --cross three: smoothing, bright, dark.\n"
                      "1 if not given")
         ->delimiter(',')
+        ->check(numberFrom(-kMostGain, kMostGain))
         ->type_name("NUMBERS");
     command->callback([options] {
         const MTFParameters parameters = parametersOf(*options);
-        processPages(options->files, "sharpen",
-                     [&](const Image& page, ProgressBar& bar) { return sharpened(page, parameters, bar); });
+        convertFile(options->files, "sharpen",
+                    [&](const Image& page, ProgressBar& bar) { return sharpened(page, parameters, bar); });
     });
 }
 
@@ -204,13 +206,13 @@ void addMedian(CLI::App& app)
     addFileArguments(*command, options->files);
     command
         ->add_option("--strength", options->strength,
-                     "0: one pass; 1: three passes; 2: two passes; 4 to 255: only every\n"
-                     "pixel in (strength - 2) of every line in (strength - 2)")
-        ->check(CLI::Range(0, 255).description(""))
+                     "0 or 3: one pass; 1: three passes; 2: two passes; 4 to 255: only\n"
+                     "every pixel in (strength - 2) of every line in (strength - 2)")
+        ->check(wholeNumberFrom(0, 255))
         ->capture_default_str();
     command->callback([options] {
-        processPages(options->files, "median",
-                     [&](const Image& page, ProgressBar& bar) { return filtered(page, options->strength, bar); });
+        convertFile(options->files, "median",
+                    [&](const Image& page, ProgressBar& bar) { return filtered(page, options->strength, bar); });
     });
 }
 

@@ -3,9 +3,11 @@
 
 #include "commands/command_line.h"
 #include "commands/list.h"
+#include "commands/options.h"
 #include "error.h"
 #include "files/page_file.h"
 #include "sample/sample_page.h"
+#include "standard_streams.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -99,7 +101,7 @@ void runStep(const std::string& step, const std::string& directory)
         pointers.push_back(argument.c_str());
     }
     std::printf("\n");
-    std::fflush(stdout);
+    flushOutput();
     const ExitCode code = runCommandLine(static_cast<int>(pointers.size()), pointers.data());
     if (code != ExitCode::Done) {
         throw PageError(code, "the demonstration ends here");
@@ -127,10 +129,10 @@ void addDemo(CLI::App& app)
         ->type_name("DIR")
         ->capture_default_str();
     command->add_option("--tilt", options->page.tiltDegrees, "Degrees, clockwise, by which the page lies askew")
-        ->check(CLI::Range(-45.0, 45.0).description(""))
+        ->check(numberFrom(-45.0, 45.0))
         ->capture_default_str();
     command->add_option("--dpi", options->page.dpi, "Resolution of the A4 page, 50 to 1200")
-        ->check(CLI::Range(50.0, 1200.0).description(""))
+        ->check(numberFrom(50.0, 1200.0))
         ->capture_default_str();
     command->callback([options] { runDemo(*options); });
 }

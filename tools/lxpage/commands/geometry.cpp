@@ -3,15 +3,14 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
 #include "files/page_file.h"
-#include "page_run.h"
 #include "progress_bar.h"
 #include "rotate.h"
 #include "slant.h"
 
 #include <CLI/CLI.hpp>
-#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -46,49 +45,46 @@ std::string quoted(const std::string& text)
 
 void printJson(const std::string& path, unsigned page, const Slant& slant, bool isFirst)
 {
-    const auto point = [](const char* name, const Slant::Point& at) {
-        std::printf(", \"%s\": [%u, %u]", name, at.column, at.row);
+    const auto point = [](const char* name, const Slant::Point& at, bool found) {
+        found ? std::printf(", \"%s\": [%u, %u]", name, at.column, at.row) : std::printf(", \"%s\": null", name);
     };
-    std::printf("%s\n  {\"file\": %s, \"page\": %u, \"degrees\": %.6f, \"measuredOn\": [%u, %u]", isFirst ? "" : ",",
-                quoted(path).c_str(), page, slant.angle, slant.width, slant.height);
-    point("bandFirst", slant.bandFirst);
-    point("bandLast", slant.bandLast);
-    point("startA", slant.startA);
-    point("endA", slant.endA);
-    point("startB", slant.startB);
-    point("endB", slant.endB);
+    std::printf("%s\n  {\"file\": %s, \"page\": %u, \"measured\": %s, \"degrees\": %.6f, \"measuredOn\": [%u, %u]",
+                isFirst ? "" : ",", quoted(path).c_str(), page, slant.isMeasured() ? "true" : "false", slant.angle,
+                slant.width, slant.height);
+    point("bandFirst", slant.bandFirst, slant.hasBand());
+    point("bandLast", slant.bandLast, slant.hasBand());
+    point("startA", slant.startA, slant.hasEdgeA());
+    point("endA", slant.endA, slant.hasEdgeA());
+    point("startB", slant.startB, slant.hasEdgeB());
+    point("endB", slant.endB, slant.hasEdgeB());
     std::printf("}");
 }
 
-template <typename Measure>
-auto watched(const Image& page, Measure measure)
+Slant watchedSlant(const Image& page)
 {
     ProgressBar bar("angle");
-    return measure(page, bar.part(0, 1));
+    return measureSlant(page, bar.part(0, 1));
 }
 
-void printAngles(const AngleOptions& options)
+ExitCode printAngles(const AngleOptions& options)
 {
     bool isFirst = true;
-    for (const std::string& path : options.inputs) {
+    std::printf("%s", options.json ? "[" : "");
+    const ExitCode code = forEachInput(options.inputs, [&](const std::string& path) {
         const auto source = openPages(path);
         for (unsigned index = 0; index < source->count(); ++index) {
-            const Image page = source->read(index);
+            const Slant slant = watchedSlant(source->read(index));
             if (options.json) {
-                const Slant slant = watched(page, measureSlant);
-                std::printf("%s", isFirst ? "[" : "");
                 printJson(path, index + 1, slant, isFirst);
             } else {
-                const double angle = watched(page, measureAngle);
                 const std::string suffix = source->count() > 1 ? ", page " + std::to_string(index + 1) : "";
-                std::printf("%8.3f  %s%s\n", angle, path.c_str(), suffix.c_str());
+                std::printf("%s  %s%s\n", degreesText(slant).c_str(), path.c_str(), suffix.c_str());
             }
             isFirst = false;
         }
-    }
-    if (options.json) {
-        std::printf("\n]\n");
-    }
+    });
+    std::printf("%s", options.json ? "\n]\n" : "");
+    return code;
 }
 
 } // namespace
@@ -97,13 +93,16 @@ void addAngle(CLI::App& app)
 {
     CLI::App* command = app.add_subcommand("angle", "Tell the degrees clockwise that straighten each page");
     const auto options = std::make_shared<AngleOptions>();
-    command->add_option("IN", options->inputs, "Pictures to read: TIFF, PNG, JPEG or PNM")->required()->type_name("");
+    addInputs(*command, options->inputs);
     command->add_flag("--json", options->json, "For machines: with the band and the edges that show the angle");
-    command->callback([options] { printAngles(*options); });
+    command->footer(kMeasurable);
+    command->callback([options] { endWith(printAngles(*options)); });
 }
 
 namespace
 {
+
+constexpr double kMostDegrees = 360'000;
 
 struct RotateOptions {
     FileArguments files;
@@ -122,14 +121,11 @@ void addRotate(CLI::App& app)
         ->add_option("--angle", options->angle,
                      "Degrees clockwise; multiples of 90 turn the page exactly,\n"
                      "other angles leave its size and fill the corners with white")
-        ->check(CLI::Number.description(""))
+        ->check(numberFrom(-kMostDegrees, kMostDegrees))
         ->required();
     command->add_flag("--grow", options->grow, "Make the page large enough for all of the turned one");
     command->callback([options] {
-        if (!std::isfinite(options->angle)) {
-            throw PageError(ExitCode::Usage, "--angle must be a number");
-        }
-        processPages(options->files, "rotate", [&](const Image& page, ProgressBar& bar) {
+        convertFile(options->files, "rotate", [&](const Image& page, ProgressBar& bar) {
             return turned(page, options->angle, options->grow, bar);
         });
     });

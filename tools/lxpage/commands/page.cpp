@@ -1,24 +1,30 @@
 // `lxpage page`: what a document application does with a fresh scan, from measuring its slant to the preview.
 //
-// Every input is one document: its bilevel pages are stored in DIR/NAME.tif, the preview of each page beside it.
+// Every input is one document: its bilevel pages are stored in DIR/NAME.tif, the preview of each page beside it. One
+// that fails leaves nothing, and the others go on.
 
 #include "commands/list.h"
+#include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
 #include "files/page_file.h"
 #include "gray.h"
 #include "halftone.h"
-#include "page_run.h"
 #include "rotate.h"
 #include "scale.h"
 #include "slant.h"
+#include "standard_streams.h"
 #include "thumbnail.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
+#include <list>
+#include <map>
 #include <memory>
-#include <set>
 
 namespace lxpage
 {
@@ -43,6 +49,7 @@ constexpr const char* stepNames[] = {"slant", "turn", "gray", "halftone", "scale
 struct FinishedPage {
     Slant slant;
     Image straight, gray, bilevel, stored, thumbnail;
+    Image overlay; // no pixels if it is not wanted, or if the page is a strip that is not looked at
     std::array<double, std::size(stepNames)> milliseconds;
 };
 
@@ -101,12 +108,14 @@ FinishedPage finished(const Image& page, const PageOptions& options, const std::
             std::move(bilevel),
             std::move(stored),
             std::move(preview),
+            options.overlay && slant.width != 0 && slant.height != 0 ? slantOverlay(page, slant)
+                                                                     : Image(IMAGE_TYPE_16MRGB, 0, 0),
             road.milliseconds};
 }
 
 void printHeading()
 {
-    std::printf("%9s", "degrees");
+    std::printf("%12s", "degrees");
     for (const char* name : stepNames) {
         std::printf("%10s", name);
     }
@@ -115,69 +124,129 @@ void printHeading()
 
 void print(const FinishedPage& page, const std::string& name)
 {
-    std::printf("%9.3f", page.slant.angle);
+    std::printf("%s", degreesText(page.slant).c_str());
     for (const double milliseconds : page.milliseconds) {
         std::printf("%10.2f", milliseconds);
     }
     std::printf("   %s\n", name.c_str());
-    std::fflush(stdout);
+    flushOutput();
 }
 
-void writePictures(const Image& page, const FinishedPage& done, const PageOptions& options, const std::string& stem)
+// The names that come of an input: DIR/NAME for all of it, and DIR/NAME or DIR/NAME-N for one of its pages.
+std::string stemOf(const std::string& input, const PageOptions& options)
 {
-    writePage(stem + "-thumbnail.png", done.thumbnail);
-    if (options.overlay && done.slant.width != 0 && done.slant.height != 0) {
-        writePage(stem + "-slant.png", slantOverlay(page, done.slant));
-    }
-    if (options.steps) {
-        writePage(stem + "-straight.png", done.straight);
-        writePage(stem + "-gray.png", done.gray);
-        writePage(stem + "-halftone.png", done.bilevel);
-    }
+    return (fs::path(options.directory) / fs::path(input).stem()).string();
 }
 
+std::string pageStem(const std::string& stem, unsigned index, unsigned count)
+{
+    return count > 1 ? stem + "-" + std::to_string(index + 1) : stem;
+}
+
+// The pictures that lie beside DIR/NAME.tif.
+struct Companion {
+    const char* ending;
+    bool PageOptions::*wanted; // null: always
+    Image FinishedPage::*image;
+};
+
+constexpr Companion companions[] = {{"-thumbnail.png", nullptr, &FinishedPage::thumbnail},
+                                    {"-slant.png", &PageOptions::overlay, &FinishedPage::overlay},
+                                    {"-straight.png", &PageOptions::steps, &FinishedPage::straight},
+                                    {"-gray.png", &PageOptions::steps, &FinishedPage::gray},
+                                    {"-halftone.png", &PageOptions::steps, &FinishedPage::bilevel}};
+
+std::vector<Companion> companionsOf(const PageOptions& options)
+{
+    std::vector<Companion> wanted;
+    std::copy_if(std::begin(companions), std::end(companions), std::back_inserter(wanted),
+                 [&](const Companion& companion) { return !companion.wanted || options.*companion.wanted; });
+    return wanted;
+}
+
+// All that comes of one input appears at its end, or nothing does.
 void processDocument(const std::string& input, const PageOptions& options)
 {
-    const std::string stem = (fs::path(options.directory) / fs::path(input).stem()).string();
+    const std::string stem = stemOf(input, options);
     const auto source = openPages(input);
-    PageWriter writer(stem + ".tif");
-    for (unsigned index = 0; index < source->count(); ++index) {
-        const std::string number = std::to_string(index + 1);
-        const bool several = source->count() > 1;
-        const std::string name = input + (several ? ", page " + number : "");
-        const Image page = source->read(index);
-        const FinishedPage done = finished(page, options, name);
+    const unsigned count = source->count();
+    PageWriter document(stem + ".tif");
+    std::list<PageWriter> pictures;
+    for (unsigned index = 0; index < count; ++index) {
+        const std::string name = input + (count > 1 ? ", page " + std::to_string(index + 1) : "");
+        const FinishedPage done = finished(source->read(index), options, name);
         print(done, name);
-        writer.append(done.stored);
-        writePictures(page, done, options, several ? stem + "-" + number : stem);
+        document.append(done.stored);
+        for (const Companion& companion : companionsOf(options)) {
+            const Image& image = done.*companion.image;
+            if (image.width() != 0) {
+                PageWriter& picture = pictures.emplace_back(pageStem(stem, index, count) + companion.ending);
+                picture.append(image);
+                picture.close();
+            }
+        }
     }
-    writer.finish();
+    document.finish();
+    for (PageWriter& picture : pictures) {
+        picture.finish();
+    }
 }
 
-// Two documents of one name would overwrite each other, and one in the output directory itself.
+// None, if it cannot be read: that will be complained of in its turn.
+unsigned pageCountOf(const std::string& input)
+{
+    try {
+        return openPages(input)->count();
+    } catch (const PageError&) {
+        return 0;
+    }
+}
+
+std::vector<std::string> outputsOf(const std::string& input, const PageOptions& options)
+{
+    const std::string stem = stemOf(input, options);
+    const unsigned count = pageCountOf(input);
+    std::vector<std::string> outputs = {stem + ".tif"};
+    for (unsigned index = 0; index < count; ++index) {
+        for (const Companion& companion : companionsOf(options)) {
+            outputs.push_back(pageStem(stem, index, count) + companion.ending);
+        }
+    }
+    return outputs;
+}
+
+PageError clash(const std::string& first, const char* relation, const std::string& second)
+{
+    return {ExitCode::Usage, "'" + first + "' " + relation + " '" + second + "'"};
+}
+
+// What one input leaves must overwrite neither what another one leaves nor an input.
 void refuseClashes(const PageOptions& options)
 {
-    std::set<std::string> stems;
+    std::map<std::string, std::string> inputOf;
     for (const std::string& input : options.inputs) {
-        const std::string stem = fs::path(input).stem().string();
-        if (!stems.insert(stem).second) {
-            throw PageError(ExitCode::Usage, "two inputs would be written to '" + stem + ".tif'");
+        for (const std::string& output : outputsOf(input, options)) {
+            if (!inputOf.emplace(output, input).second) {
+                throw clash(output, "would be written twice, the second time for", input);
+            }
         }
+    }
+    for (const auto& [output, input] : inputOf) {
         std::error_code ignored; // what cannot be compared is not the same
-        if (fs::equivalent(fs::path(options.directory) / (stem + ".tif"), input, ignored)) {
-            throw PageError(ExitCode::Usage, "'" + input + "' would be overwritten");
+        for (const std::string& other : options.inputs) {
+            if (fs::exists(output, ignored) && fs::equivalent(output, other, ignored)) {
+                throw clash(other, "would be overwritten by what comes of", input);
+            }
         }
     }
 }
 
-void run(const PageOptions& options)
+ExitCode processAll(const PageOptions& options)
 {
     refuseClashes(options);
     makeDirectory(options.directory);
     printHeading();
-    for (const std::string& input : options.inputs) {
-        processDocument(input, options);
-    }
+    return forEachInput(options.inputs, [&](const std::string& input) { processDocument(input, options); });
 }
 
 } // namespace
@@ -187,25 +256,26 @@ void addPage(CLI::App& app)
     CLI::App* command =
         app.add_subcommand("page", "Straighten scans, make them bilevel at one resolution, and preview");
     const auto options = std::make_shared<PageOptions>();
-    command->add_option("IN", options->inputs, "Pictures to read: TIFF, PNG, JPEG or PNM")->required()->type_name("");
+    addInputs(*command, options->inputs);
     command->add_option("-o,--output", options->directory, "Directory for NAME.tif and NAME-thumbnail.png")
         ->type_name("DIR")
         ->required();
     command->add_option("--dpi", options->dpi, "Resolution to store, of pages that know their own")
-        ->check(CLI::Range(1.0, 1e5).description(""))
+        ->check(numberFrom(1.0, 1e5))
         ->capture_default_str();
     command->add_option("--band-lines", options->bandLines, "Lines halftoned at a time; 0 takes the page at once")
-        ->check(CLI::Range(0U, kMaxSide).description(""))
+        ->check(wholeNumberFrom(0, kMaxSide))
         ->capture_default_str();
     command->add_option("--side", options->thumbnailSide, "Pixels of the preview's longer side")
-        ->check(CLI::Range(1U, kMaxSide).description(""))
+        ->check(wholeNumberFrom(1, kMaxSide))
         ->capture_default_str();
     command->add_flag("--overlay", options->overlay,
                       "Also write NAME-slant.png: the dark band that was looked at (blue)\n"
                       "and the edges that gave the angle (red and green)");
     command->add_flag("--steps", options->steps,
                       "Also write what is between: NAME-straight.png, -gray.png, -halftone.png");
-    command->callback([options] { run(*options); });
+    command->footer(kMeasurable);
+    command->callback([options] { endWith(processAll(*options)); });
 }
 
 } // namespace lxpage

@@ -3,8 +3,8 @@
 
 #include "commands/list.h"
 #include "commands/options.h"
+#include "convert_file.h"
 #include "error.h"
-#include "page_run.h"
 #include "scale.h"
 #include "thumbnail.h"
 
@@ -58,10 +58,8 @@ void addOptions(CLI::App& command, ScaleOptions& options)
 {
     addFileArguments(command, options.files);
     CLI::Option_group* size = command.add_option_group("Size", "One of these");
-    size->add_option("--factor", options.target.factor, "Times the size of the page")
-        ->check(CLI::Range(1e-5, 1e5).description(""));
-    size->add_option("--dpi", options.target.dpi, "Resolution, if the page knows its own")
-        ->check(CLI::Range(1.0, 1e5).description(""));
+    size->add_option("--factor", options.target.factor, "Times the size of the page")->check(numberFrom(1e-5, 1e5));
+    size->add_option("--dpi", options.target.dpi, "Resolution, if the page knows its own")->check(numberFrom(1.0, 1e5));
     size->add_option("--size", options.size, "Pixels: 800x600; 800x or x600 keep the proportions")->type_name("WxH");
     size->require_option(1);
     command
@@ -84,7 +82,7 @@ void addScale(CLI::App& app)
         if (!options->size.empty()) {
             readSize(options->size, options->target);
         }
-        processPages(options->files, "scale", [&](const Image& page, ProgressBar& bar) {
+        convertFile(options->files, "scale", [&](const Image& page, ProgressBar& bar) {
             const ScaleMethod method =
                 options->method.empty() ? suitableMethod(page) : scaleMethodNamed(options->method);
             return scale(page, method, scaledSize(page, options->target), bar);
@@ -108,10 +106,10 @@ void addThumbnail(CLI::App& app)
     const auto options = std::make_shared<ThumbnailOptions>();
     addFileArguments(*command, options->files);
     command->add_option("--side", options->side, "Pixels of the longer side, 200 if not given")
-        ->check(CLI::Range(1U, kMaxSide).description(""));
+        ->check(wholeNumberFrom(1, kMaxSide));
     command->callback([options] {
-        processPages(options->files, "thumbnail",
-                     [&](const Image& page, ProgressBar& bar) { return thumbnail(page, options->side, bar); });
+        convertFile(options->files, "thumbnail",
+                    [&](const Image& page, ProgressBar& bar) { return thumbnail(page, options->side, bar); });
     });
 }
 

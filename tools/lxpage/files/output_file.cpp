@@ -2,11 +2,9 @@
 
 #include "files/page_file.h"
 
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <unistd.h>
 
@@ -15,28 +13,6 @@ namespace lxpage
 
 namespace
 {
-
-// Name of the temporary file in the making, for the signal handler. The tool writes one file at a time.
-char pendingPath[4096];
-std::atomic<bool> pending = false;
-
-extern "C" void removePendingAndDie(int signal)
-{
-    if (pending) {
-        unlink(pendingPath);
-    }
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
-}
-
-void setPending(const std::string& path)
-{
-    pending = false;
-    if (path.size() < sizeof pendingPath) {
-        std::memcpy(pendingPath, path.c_str(), path.size() + 1);
-        pending = true;
-    }
-}
 
 std::string temporaryFor(const std::string& path)
 {
@@ -48,7 +24,7 @@ std::string temporaryFor(const std::string& path)
     }
     const std::string stem = "." + whole.filename().string() + ".lxpage-" + std::to_string(getpid()) + "-";
     for (unsigned attempt = 0;; ++attempt) {
-        const std::string name = (whole.parent_path() / (stem + std::to_string(attempt))).string();
+        std::string name = (whole.parent_path() / (stem + std::to_string(attempt))).string();
         // "x" refuses a file that exists; the file gets the permissions that the user's mask leaves.
         if (std::FILE* file = std::fopen(name.c_str(), "wbx")) {
             std::fclose(file);
@@ -62,17 +38,19 @@ std::string temporaryFor(const std::string& path)
 
 } // namespace
 
+std::atomic<OutputFile*> OutputFile::first = nullptr;
+
 OutputFile::OutputFile(std::string path) : path_(std::move(path))
 {
     writing([&] { temporary_ = temporaryFor(path_); });
-    setPending(temporary_);
+    enlist();
 }
 
 OutputFile::~OutputFile()
 {
     if (!committed_) {
         std::remove(temporary_.c_str());
-        pending = false;
+        delist();
     }
 }
 
@@ -84,15 +62,42 @@ void OutputFile::commit()
         }
     });
     committed_ = true;
-    pending = false;
+    delist();
 }
 
-void removeTemporaryOnSignals()
+void OutputFile::enlist()
 {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        if (std::signal(signal, removePendingAndDie) == SIG_IGN) {
+    next_ = first.load();
+    first = this;
+}
+
+void OutputFile::delist()
+{
+    std::atomic<OutputFile*>* link = &first;
+    while (*link != this) {
+        link = &link->load()->next_;
+    }
+    *link = next_.load();
+}
+
+void OutputFile::removeAllAndDie(int signal)
+{
+    for (const OutputFile* file = first; file; file = file->next_) {
+        unlink(file->temporary_.c_str());
+    }
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void prepareForSignals()
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        if (std::signal(signal, OutputFile::removeAllAndDie) == SIG_IGN) {
             std::signal(signal, SIG_IGN); // as under nohup
         }
+    }
+    for (const int signal : {SIGPIPE, SIGXFSZ}) {
+        std::signal(signal, SIG_IGN);
     }
 }
 

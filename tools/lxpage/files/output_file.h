@@ -5,6 +5,7 @@
 
 #include "error.h"
 
+#include <atomic>
 #include <new>
 #include <string>
 
@@ -38,14 +39,25 @@ class OutputFile
         }
     }
 
+    // A signal handler.
+    static void removeAllAndDie(int signal);
+
   private:
+    void enlist();
+    void delist();
+
+    // All files in the making, as a list that a signal handler can walk at any moment.
+    static std::atomic<OutputFile*> first;
+    std::atomic<OutputFile*> next_ = nullptr;
+
     std::string path_;
     std::string temporary_;
     bool committed_ = false;
 };
 
-// Have SIGINT, SIGTERM and SIGHUP remove the temporary file before they end the program.
-void removeTemporaryOnSignals();
+// Has the signals that end a program from outside remove the temporary files first, and those that end one over a
+// write ignored, so that the write fails. For the start of the program.
+void prepareForSignals();
 
 } // namespace lxpage
 

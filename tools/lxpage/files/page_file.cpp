@@ -98,6 +98,9 @@ std::unique_ptr<PageSource> openByContent(const std::string& path)
 {
     std::array<char, 8> head{};
     const File file = openForReading(path);
+    if (std::fseek(file.get(), 0, SEEK_SET) != 0) {
+        throw PageError(ExitCode::Unreadable, "a pipe or device can be read only once; store the picture in a file");
+    }
     const size_t length = std::fread(head.data(), 1, head.size(), file.get());
     if (std::ferror(file.get())) {
         throwErrno(ExitCode::Unreadable);
@@ -153,10 +156,17 @@ void PageWriter::append(const Image& image)
     file_.writing([&] { sink_->append(image); });
 }
 
-void PageWriter::finish()
+void PageWriter::close()
 {
     file_.writing([&] { sink_->finish(); });
     sink_.reset();
+}
+
+void PageWriter::finish()
+{
+    if (sink_) {
+        close();
+    }
     file_.commit();
 }
 

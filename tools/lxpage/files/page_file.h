@@ -47,6 +47,10 @@ class PageWriter
     // Throws a usage error if the name's extension is not known.
     explicit PageWriter(const std::string& path);
     void append(const Image& image);
+    // Writes what is still buffered. What follows can hardly fail, so that several files may take their places
+    // together.
+    void close();
+    // Closes the file unless that has been done, and puts it in its place.
     void finish();
 
   private:

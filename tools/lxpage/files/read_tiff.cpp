@@ -37,6 +37,7 @@ class TiffSource : public PageSource
   private:
     [[noreturn]] void throwDamaged() const;
     void findPages();
+    [[nodiscard]] bool endsBeforeFile() const;
     void readHeader();
     void chooseColors(unsigned photometric);
     void chooseAlpha();
@@ -76,23 +77,46 @@ void TiffSource::throwDamaged() const
                                            (messages_.empty() ? std::string() : " (" + messages_.error + ")"));
 }
 
-// Previews and masks that accompany a page are no pages.
+// Previews and masks that accompany a page are no pages. Whether another directory follows is asked before going there:
+// afterwards, one that cannot be read looks like the end.
 void TiffSource::findPages()
 {
     std::vector<tdir_t> all;
-    do {
+    for (bool more = true; more;) {
         const tdir_t directory = TIFFCurrentDirectory(tiff_.get());
         all.push_back(directory);
         if (!(field<uint32_t>(tiff_.get(), TIFFTAG_SUBFILETYPE, 0) & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK))) {
             directories_.push_back(directory);
         }
-    } while (TIFFReadDirectory(tiff_.get()));
-    if (!TIFFLastDirectory(tiff_.get())) {
-        throwDamaged();
+        more = !TIFFLastDirectory(tiff_.get());
+        if (more ? !TIFFReadDirectory(tiff_.get()) : !endsBeforeFile()) {
+            throwDamaged();
+        }
     }
     if (directories_.empty()) {
         directories_ = all;
     }
+}
+
+// Whether the file holds all of the current directory, to the end of its link to the next one: a link that is cut off
+// passes for that of the last directory.
+bool TiffSource::endsBeforeFile() const
+{
+    TIFF* tiff = tiff_.get();
+    const bool big = TIFFIsBigTIFF(tiff) != 0;
+    uint8_t bytes[8] = {};
+    const tmsize_t length = big ? 8 : 2;
+    const uint64_t start = TIFFCurrentDirOffset(tiff);
+    TIFFGetSeekProc(tiff)(TIFFClientdata(tiff), start, SEEK_SET);
+    if (TIFFGetReadProc(tiff)(TIFFClientdata(tiff), bytes, length) != length) {
+        return false;
+    }
+    uint64_t entries = 0;
+    for (tmsize_t k = 0; k < length; ++k) {
+        entries = entries << 8 | bytes[TIFFIsBigEndian(tiff) ? k : length - 1 - k];
+    }
+    const uint64_t end = start + (big ? 8 + 20 * entries + 8 : 2 + 12 * entries + 4);
+    return end <= TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));
 }
 
 // Leaves width_, height_, planes_ and layout_ as the raw lines will come, and the palette if there is one.

@@ -1,4 +1,4 @@
-#include "page_run.h"
+#include "convert_file.h"
 
 #include "error.h"
 #include "files/page_file.h"
@@ -27,7 +27,7 @@ Image timed(const Image& page, const std::string& label, bool print, const PageS
 
 } // namespace
 
-void processPages(const FileArguments& files, const std::string& label, const PageStep& step)
+void convertFile(const FileArguments& files, const std::string& label, const PageStep& step)
 {
     PageWriter writer(files.output);
     const auto source = openPages(files.input);

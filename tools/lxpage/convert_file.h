@@ -1,6 +1,6 @@
 // The walk over the pages of a file, for commands that turn one picture file into another.
-#ifndef LXPAGE_PAGE_RUN_H
-#define LXPAGE_PAGE_RUN_H
+#ifndef LXPAGE_CONVERT_FILE_H
+#define LXPAGE_CONVERT_FILE_H
 
 #include "image.h"
 #include "progress_bar.h"
@@ -37,7 +37,7 @@ using PageStep = std::function<Image(const Image& page, ProgressBar& bar)>;
 
 // Takes every page, or the one asked for, through `step`. One page is in memory at a time. If it is wanted, the time of
 // each step is printed, without reading and writing.
-void processPages(const FileArguments& files, const std::string& label, const PageStep& step);
+void convertFile(const FileArguments& files, const std::string& label, const PageStep& step);
 
 } // namespace lxpage
 
