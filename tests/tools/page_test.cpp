@@ -53,14 +53,14 @@ TEST_F(PageRoad, StraightensStoresAndPreviewsEveryPage)
         EXPECT_EQ(readPage(stem + "-halftone.png").type(), IMAGE_TYPE_BW);
         // What is left of the tilt is less than half of it.
         const Image straight = readPage(stem + "-straight.png");
-        EXPECT_LT(std::abs(measureSlant(straight, nullptr).angle), std::abs(tilts[k]) / 2);
+        EXPECT_LT(std::abs(measureSlant(straight, false, nullptr).angle), std::abs(tilts[k]) / 2);
     }
 }
 
 TEST_F(PageRoad, OverlayShowsTheEdgeThatGaveTheAngle)
 {
     const Image page = makeSamplePage({.dpi = 100, .tiltDegrees = 2.0});
-    const Slant slant = measureSlant(page, nullptr);
+    const Slant slant = measureSlant(page, true, nullptr);
     const Image overlay = slantOverlay(page, slant);
     ASSERT_EQ(overlay.height(), 750u);
     const bool isA = slant.hasEdgeA();
@@ -77,7 +77,7 @@ TEST_F(PageRoad, TellsWhereNothingCouldBeMeasured)
         bool isMeasured;
     } cases[] = {{0, true}, {2, true}, {7, false}}; // the last one is too steep, though its edge is found
     for (const auto& [tilt, isMeasured] : cases) {
-        const Slant slant = measureSlant(makeSamplePage({.dpi = 60, .tiltDegrees = tilt}), nullptr);
+        const Slant slant = measureSlant(makeSamplePage({.dpi = 60, .tiltDegrees = tilt}), true, nullptr);
         EXPECT_EQ(slant.isMeasured(), isMeasured) << tilt;
         EXPECT_TRUE(slant.hasEdgeA() || slant.hasEdgeB()) << tilt;
     }
@@ -90,7 +90,7 @@ TEST_F(PageRoad, TellsWhereNothingCouldBeMeasured)
                   "\", \"page\": 1, \"measured\": false, \"degrees\": 0.000000, \"measuredOn\": [563, 750], "
                   "\"bandFirst\": null, \"bandLast\": null, \"startA\": null, \"endA\": null, \"startB\": null, "
                   "\"endB\": null}\n]\n");
-    const Image overlay = slantOverlay(blank, measureSlant(blank, nullptr));
+    const Image overlay = slantOverlay(blank, measureSlant(blank, true, nullptr));
     for (uint32_t y = 0; y < overlay.height(); ++y) {
         for (uint32_t x = 0; x < overlay.width(); ++x) {
             ASSERT_EQ(colorAt(overlay, x, y), Rgb({255, 255, 255})) << x << ", " << y;

@@ -35,19 +35,25 @@ class WorkAreas
 
 } // namespace
 
-Slant measureSlant(const Image& page, ProgressCallback progress)
+Slant measureSlant(const Image& page, bool withEdges, ProgressCallback progress)
 {
     const ImageArea source = page.area();
     WorkAreas work(source);
     Slant slant;
     slant.width = work.small.width;
     slant.height = work.small.height;
-    if (work.hasPixels()) {
+    if (!work.hasPixels()) {
+        return slant;
+    }
+    expectOk(
+        lxDetectionSlantAngle(&slant.angle, &source, &page.palette, &work.small, &work.medium, &work.full, progress),
+        "lxDetectionSlantAngle");
+    if (withEdges || slant.angle == 0) {
         const int8_t status = lxDetectionSlantAngleForDebug(
             &slant.angle, &source, &page.palette, &work.small, &work.medium, &work.full, &slant.bandFirst.column,
             &slant.bandLast.column, &slant.bandFirst.row, &slant.bandLast.row, &slant.startA.column, &slant.startA.row,
             &slant.startB.column, &slant.startB.row, &slant.endA.column, &slant.endA.row, &slant.endB.column,
-            &slant.endB.row, progress);
+            &slant.endB.row, nullptr);
         expectOk(status, "lxDetectionSlantAngleForDebug");
     }
     return slant;

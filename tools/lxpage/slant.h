@@ -35,7 +35,9 @@ struct Slant {
     Point endB;
 };
 
-Slant measureSlant(const Image& page, ProgressCallback progress);
+// The band and its edges take a second measurement: where they are wanted, and at 0 degrees, where they tell whether
+// the page is straight.
+Slant measureSlant(const Image& page, bool withEdges, ProgressCallback progress);
 
 // The angle, or "not measured": 12 characters, for tables.
 std::string degreesText(const Slant& slant);

@@ -60,10 +60,10 @@ void printJson(const std::string& path, unsigned page, const Slant& slant, bool 
     std::printf("}");
 }
 
-Slant watchedSlant(const Image& page)
+Slant watchedSlant(const Image& page, bool withEdges)
 {
     ProgressBar bar("angle");
-    return measureSlant(page, bar.part(0, 1));
+    return measureSlant(page, withEdges, bar.part(0, 1));
 }
 
 ExitCode printAngles(const AngleOptions& options)
@@ -73,7 +73,7 @@ ExitCode printAngles(const AngleOptions& options)
     const ExitCode code = forEachInput(options.inputs, [&](const std::string& path) {
         const auto source = openPages(path);
         for (unsigned index = 0; index < source->count(); ++index) {
-            const Slant slant = watchedSlant(source->read(index));
+            const Slant slant = watchedSlant(source->read(index), options.json);
             if (options.json) {
                 printJson(path, index + 1, slant, isFirst);
             } else {

@@ -96,7 +96,8 @@ FinishedPage finished(const Image& page, const PageOptions& options, const std::
     Road road(label);
     HalftoneSettings settings;
     settings.bandLines = options.bandLines;
-    const Slant slant = road.take([&](ProgressBar& bar) { return measureSlant(page, bar.part(0, 1)); });
+    const Slant slant =
+        road.take([&](ProgressBar& bar) { return measureSlant(page, options.overlay, bar.part(0, 1)); });
     Image straight = road.take([&](ProgressBar& bar) { return turned(page, slant.angle, false, bar); });
     Image gray = road.take([&](ProgressBar& bar) { return grayOf(straight, bar.part(0, 1)); });
     Image bilevel = road.take([&](ProgressBar& bar) { return halftone(gray, settings, bar); });
