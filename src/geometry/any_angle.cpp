@@ -105,7 +105,7 @@ int8_t turnByAngle(double angle, const ImageArea& sourceArea, const ImageArea& d
     } else if (SlantedRuns::fit(cosine, sine, uint64_t{source.width()} + source.height(),
                                 uint64_t{destination.width()} + height, fixed)) {
         const SlantedRuns runs(fixed, source, destination);
-        const auto turnBits = kernels().runs->slantedBits;
+        const auto turnBits = kernels().slantedRuns->slantedBits;
         walkLines(height, progress, [&](uint32_t j) {
             const SlantedRuns::Row row = runs.row(j);
             if (row.begin >= row.end)
@@ -138,7 +138,7 @@ int8_t turnPackedByAngle(double angle, const ImageArea& source, const ImageArea&
 {
     return turnByAngle(
         angle, source, destination, progress,
-        [bits = bitsPerPixel(source.type), copy = kernels().runs->copyPacked](
+        [bits = bitsPerPixel(source.type), copy = kernels().slantedRuns->copyPacked](
             const RunRow& row, uint8_t* to, unsigned phase) { copy(row, bits, to, phase); },
         pick);
 }
@@ -146,18 +146,18 @@ int8_t turnPackedByAngle(double angle, const ImageArea& source, const ImageArea&
 int8_t RotateBilevelByAngle(double angle, const ImageArea& source, const ImageArea& destination,
                             ProgressCallback progress)
 {
-    return turnPackedByAngle(angle, source, destination, progress, kernels().runs->pickBits);
+    return turnPackedByAngle(angle, source, destination, progress, kernels().slantedRuns->pickBits);
 }
 
 int8_t RotateNibbleByAngle(double angle, const ImageArea& source, const ImageArea& destination,
                            ProgressCallback progress)
 {
-    return turnPackedByAngle(angle, source, destination, progress, kernels().runs->pickNibbles);
+    return turnPackedByAngle(angle, source, destination, progress, kernels().slantedRuns->pickNibbles);
 }
 
 int8_t RotateByteByAngle(double angle, const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    const RunKernels& runs = *kernels().runs;
+    const SlantedRunKernels& runs = *kernels().slantedRuns;
     return turnByAngle(
         angle, source, destination, progress,
         [&runs](const RunRow& row, uint8_t* to, unsigned) { runs.copyBytes(row, to); }, runs.pickBytes);
@@ -166,7 +166,7 @@ int8_t RotateByteByAngle(double angle, const ImageArea& source, const ImageArea&
 int8_t RotateColorByAngle(double angle, const ImageArea& source, const ImageArea& destination,
                           ProgressCallback progress)
 {
-    const RunKernels& runs = *kernels().runs;
+    const SlantedRunKernels& runs = *kernels().slantedRuns;
     const bool swap = (source.colorOrder != 0) != (destination.colorOrder != 0);
     return turnByAngle(
         angle, source, destination, progress,

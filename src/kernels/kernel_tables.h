@@ -19,7 +19,7 @@ extern const ResampleKernels resampleKernels;
 extern const EnlargeKernels enlargeKernels;
 extern const ReverseKernels reverseKernels;
 extern const TransposeKernels transposeKernels;
-extern const RunKernels runKernels;
+extern const SlantedRunKernels slantedRunKernels;
 extern const ComposeKernels composeKernels;
 extern const CorrectKernels correctKernels;
 extern const PaletteColorKernels paletteColorKernels;

@@ -17,7 +17,7 @@
 #include "kernels/pixels.h"
 #include "kernels/resample.h"
 #include "kernels/reverse.h"
-#include "kernels/runs.h"
+#include "kernels/slanted_runs.h"
 #include "kernels/transpose.h"
 #include "kernels/window.h"
 
@@ -27,22 +27,22 @@ namespace lx
 {
 
 struct Kernels {
-    const char* level; // "portable", "v3" or "v4"
-    const BitKernels* bits;
-    const BitBlockKernels* bitBlocks;
-    const PixelKernels* pixels;
-    const DiffusionKernels* diffusion;
-    const WindowKernels* window;
-    const MedianKernels* median;
-    const PickKernels* pick;
-    const ResampleKernels* resample;
-    const EnlargeKernels* enlarge;
-    const ReverseKernels* reverse;
-    const TransposeKernels* transpose;
-    const RunKernels* runs;
-    const ComposeKernels* compose;
-    const CorrectKernels* correct;
-    const PaletteColorKernels* paletteColor;
+    const char* level;                       // "portable", "v3" or "v4"
+    const BitKernels* bits;                  // packed pixels: unpack, pack, copy, repeat, change
+    const BitBlockKernels* bitBlocks;        // blocks of columns of bits: count, pick
+    const PixelKernels* pixels;              // one pixel at a time: gray, thresholds, tables
+    const DiffusionKernels* diffusion;       // error diffusion
+    const WindowKernels* window;             // sums over windows, and their grays
+    const MedianKernels* median;             // medians and majorities of 3 x 3
+    const PickKernels* pick;                 // nibbles, bytes and triples gathered from a line
+    const ResampleKernels* resample;         // means and weighted sums of blocks
+    const EnlargeKernels* enlarge;           // ramps between the pixels of enlarged lines
+    const ReverseKernels* reverse;           // half turns
+    const TransposeKernels* transpose;       // quarter turns
+    const SlantedRunKernels* slantedRuns;    // turns by any angle
+    const ComposeKernels* compose;           // keys and tints
+    const CorrectKernels* correct;           // colour matrix, sharpening
+    const PaletteColorKernels* paletteColor; // full colour to palette colours
 };
 
 // The best table for this processor. Costs a few nanoseconds: fetch it once per call of an operation.

@@ -12,7 +12,7 @@
 #pragma once
 
 #include "kernels/fetch_early.h"
-#include "kernels/runs.h"
+#include "kernels/slanted_runs.h"
 
 #include <immintrin.h>
 

@@ -121,7 +121,7 @@ void copyPacked(const lx::Kernels& kernels, KernelBench& bench, size_t n, unsign
 {
     const lx::RunRow row = randomRuns(bench, n, bits);
     const unsigned phase = bench.random().below(8 / bits);
-    kernels.runs->copyPacked(row, bits, bench.to(n == 0 ? 1 : ((phase + n) * bits + 7) / 8), phase);
+    kernels.slantedRuns->copyPacked(row, bits, bench.to(n == 0 ? 1 : ((phase + n) * bits + 7) / 8), phase);
 }
 
 } // namespace
@@ -153,22 +153,22 @@ const std::vector<KernelCase> rotationKernelCases = {
     {"copyRunsOfNibbles",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) { copyPacked(kernels, bench, n, 4); }},
     {"copyRunsOfBytes", [](const lx::Kernels& kernels, KernelBench& bench,
-                           size_t n) { kernels.runs->copyBytes(randomRuns(bench, n, 8), bench.to(n)); }},
+                           size_t n) { kernels.slantedRuns->copyBytes(randomRuns(bench, n, 8), bench.to(n)); }},
     {"copyRunsOfTriples",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
          const lx::RunRow row = randomRuns(bench, n, 24);
-         kernels.runs->copyTriples(row, bench.to(3 * n), bench.random().chance(50));
+         kernels.slantedRuns->copyTriples(row, bench.to(3 * n), bench.random().chance(50));
      }},
-    {"pickBits",
-     [](const lx::Kernels& kernels, KernelBench& bench, size_t n) { pickPixels(bench, n, 1, kernels.runs->pickBits); }},
+    {"pickBits", [](const lx::Kernels& kernels, KernelBench& bench,
+                    size_t n) { pickPixels(bench, n, 1, kernels.slantedRuns->pickBits); }},
     {"pickNibbles", [](const lx::Kernels& kernels, KernelBench& bench,
-                       size_t n) { pickPixels(bench, n, 4, kernels.runs->pickNibbles); }},
+                       size_t n) { pickPixels(bench, n, 4, kernels.slantedRuns->pickNibbles); }},
     {"pickBytes", [](const lx::Kernels& kernels, KernelBench& bench,
-                     size_t n) { pickPixels(bench, n, 8, kernels.runs->pickBytes); }},
+                     size_t n) { pickPixels(bench, n, 8, kernels.slantedRuns->pickBytes); }},
     {"pickTriples",
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
          const lx::SlantedRow row = randomSlant(bench, n, 24);
-         kernels.runs->pickTriples(row, bench.to(3 * n), n, bench.random().chance(50));
+         kernels.slantedRuns->pickTriples(row, bench.to(3 * n), n, bench.random().chance(50));
      }},
 };
 

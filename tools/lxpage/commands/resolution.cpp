@@ -66,7 +66,8 @@ void addOptions(CLI::App& command, ScaleOptions& options)
         .add_option("--method", options.method,
                     joined(scaleMethodNames()) + ";\notherwise majority for bilevel pages and averaging for others.\n"
                                                  "Averaging and smooth make gray of bilevel pages; smooth, majority,\n"
-                                                 "runs and black-priority take nothing but bilevel pages")
+                                                 "runs and black-priority take nothing but bilevel pages. Majority\n"
+                                                 "draws random numbers where a size does not divide evenly")
         ->check(CLI::IsMember(scaleMethodNames()).description(""))
         ->type_name("NAME");
 }

@@ -274,7 +274,7 @@ void pickTriples(const SlantedRow& row, uint8_t* LX_RESTRICT destination, size_t
 
 } // namespace
 
-constexpr RunKernels runKernels = {copyPacked, copyRuns<1>, copyTriples, slantedBits,
-                                   pickBits,   pickNibbles, pickBytes,   pickTriples};
+constexpr SlantedRunKernels slantedRunKernels = {copyPacked, copyRuns<1>, copyTriples, slantedBits,
+                                                 pickBits,   pickNibbles, pickBytes,   pickTriples};
 
 } // namespace lx::LX_LEVEL

@@ -65,7 +65,7 @@ struct SlantedBits {
     int64_t end;
 };
 
-struct RunKernels {
+struct SlantedRunKernels {
     // The runs' pixels, one after another. Packed pixels have `bits` (1 or 4) bits and start at place `phase` of the
     // destination's first byte, in pixels; neighbouring pixels keep their values.
     void (*copyPacked)(const RunRow& row, unsigned bits, uint8_t* destination, unsigned phase);
