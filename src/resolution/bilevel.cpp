@@ -35,12 +35,14 @@ struct MostlyWhite {
 void copyBlock(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
     constexpr uint32_t some = 32;
+    const BitKernels& bits = *kernels().bits;
     const uint32_t height = source.height();
     enlargeRows(
         RunWalker(height, height), widthEnlarged, progress,
         [&](uint32_t j, Span) {
             if (j % some == 0)
-                std::memcpy(destination.row(j), source.row(j), size_t{source.width() / 8} * std::min(some, height - j));
+                bits.copyBits(source.row(j), 0, destination.row(j), 0,
+                              size_t{source.width()} * std::min(some, height - j));
             return destination.width();
         },
         [](Span, uint32_t) {});
