@@ -120,8 +120,8 @@ size_t twiceWide(const uint8_t* LX_RESTRICT top, const uint8_t* LX_RESTRICT bott
         const __m512i even = Rule::even(t, b);
         const __m512i odd = Rule::odd(t, b, nextT, nextB);
         // Three channels leave two bytes too many, which the next pixels overwrite.
-        _mm512_storeu_si512(destination + 2 * i, _mm512_permutex2var_epi8(even, firstHalf, odd));
-        _mm512_storeu_si512(destination + 2 * i + 64, _mm512_permutex2var_epi8(even, secondHalf, odd));
+        storeHalves(destination + 2 * i, _mm512_permutex2var_epi8(even, firstHalf, odd));
+        storeHalves(destination + 2 * i + 64, _mm512_permutex2var_epi8(even, secondHalf, odd));
     }
     return i;
 }
