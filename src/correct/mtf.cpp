@@ -52,45 +52,28 @@ void sharpen(const Factors& factors, Kernel kernel, const ImageArea& source, con
     mapWindows<bytes>(from, AreaView(destination), progress, one, four);
 }
 
-bool haveType(uint16_t type, const ImageArea& source, const ImageArea& destination)
+void MTFSeparatedGray(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
+                      ProgressCallback progress)
 {
-    return source.type == type && destination.type == type;
-}
-
-int8_t MTFSeparatedGray(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
-                        ProgressCallback progress)
-{
-    if (!haveType(IMAGE_TYPE_256GRAY, source, destination))
-        return IMAGE_STATUS_BAD_ARGUMENT;
     sharpen<1>(separatedFactors(parameters), kernels().correct->sharpenSeparated, source, destination, progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t MTFCrossGray(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
-                    ProgressCallback progress)
+void MTFCrossGray(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
+                  ProgressCallback progress)
 {
-    if (!haveType(IMAGE_TYPE_256GRAY, source, destination))
-        return IMAGE_STATUS_BAD_ARGUMENT;
     sharpen<1>(crossFactors(parameters), kernels().correct->sharpenCross, source, destination, progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t MTFSeparatedColor(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
-                         ProgressCallback progress)
+void MTFSeparatedColor(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
+                       ProgressCallback progress)
 {
-    if (!haveType(IMAGE_TYPE_16MRGB, source, destination))
-        return IMAGE_STATUS_BAD_ARGUMENT;
     sharpen<3>(separatedFactors(parameters), kernels().correct->sharpenSeparated, source, destination, progress);
-    return IMAGE_STATUS_OK;
 }
 
-int8_t MTFCrossColor(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
-                     ProgressCallback progress)
+void MTFCrossColor(const MTFParameters& parameters, const ImageArea& source, const ImageArea& destination,
+                   ProgressCallback progress)
 {
-    if (!haveType(IMAGE_TYPE_16MRGB, source, destination))
-        return IMAGE_STATUS_BAD_ARGUMENT;
     sharpen<3>(crossFactors(parameters), kernels().correct->sharpenCross, source, destination, progress);
-    return IMAGE_STATUS_OK;
 }
 
 } // namespace
@@ -102,8 +85,17 @@ using namespace lx;
 int8_t lxMTFCorrection(const MTFParameters* parameters, const ImageArea* source, const ImageArea* destination,
                        ProgressCallback progress) noexcept
 {
+    if (source->type != destination->type)
+        return IMAGE_STATUS_BAD_ARGUMENT;
     const bool cross = parameters->mode == crossMode;
-    if (source->type == IMAGE_TYPE_16MRGB)
-        return (cross ? MTFCrossColor : MTFSeparatedColor)(*parameters, *source, *destination, progress);
-    return (cross ? MTFCrossGray : MTFSeparatedGray)(*parameters, *source, *destination, progress);
+    switch (source->type) {
+    case IMAGE_TYPE_256GRAY:
+        (cross ? MTFCrossGray : MTFSeparatedGray)(*parameters, *source, *destination, progress);
+        return IMAGE_STATUS_OK;
+    case IMAGE_TYPE_16MRGB:
+        (cross ? MTFCrossColor : MTFSeparatedColor)(*parameters, *source, *destination, progress);
+        return IMAGE_STATUS_OK;
+    default:
+        return IMAGE_STATUS_BAD_ARGUMENT;
+    }
 }

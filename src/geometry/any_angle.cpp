@@ -89,11 +89,9 @@ class Turn
 
 // `copy` takes a RunRow, the destination's byte and the phase in it; `pick` a SlantedRow and a canonical row to fill.
 template <class Copy, class Pick>
-int8_t turnByAngle(double angle, const ImageArea& sourceArea, const ImageArea& destinationArea,
-                   ProgressCallback progress, Copy copy, Pick pick)
+void turnByAngle(double angle, const ImageArea& sourceArea, const ImageArea& destinationArea, ProgressCallback progress,
+                 Copy copy, Pick pick)
 {
-    if (sourceArea.type != destinationArea.type)
-        return IMAGE_STATUS_BAD_ARGUMENT;
     const AreaView source(sourceArea);
     const AreaView destination(destinationArea);
     const uint32_t height = destination.height();
@@ -128,53 +126,50 @@ int8_t turnByAngle(double angle, const ImageArea& sourceArea, const ImageArea& d
             }
         });
     }
-    return IMAGE_STATUS_OK;
 }
 
 using PickPixels = void (*)(const SlantedRow&, uint8_t*, size_t);
 
-int8_t turnPackedByAngle(double angle, const ImageArea& source, const ImageArea& destination, ProgressCallback progress,
-                         PickPixels pick)
+void turnPackedByAngle(double angle, const ImageArea& source, const ImageArea& destination, ProgressCallback progress,
+                       PickPixels pick)
 {
-    return turnByAngle(
+    turnByAngle(
         angle, source, destination, progress,
         [bits = bitsPerPixel(source.type), copy = kernels().slantedRuns->copyPacked](
             const RunRow& row, uint8_t* to, unsigned phase) { copy(row, bits, to, phase); },
         pick);
 }
 
-int8_t RotateBilevelByAngle(double angle, const ImageArea& source, const ImageArea& destination,
-                            ProgressCallback progress)
+void RotateBilevelByAngle(double angle, const ImageArea& source, const ImageArea& destination,
+                          ProgressCallback progress)
 {
-    return turnPackedByAngle(angle, source, destination, progress, kernels().slantedRuns->pickBits);
+    turnPackedByAngle(angle, source, destination, progress, kernels().slantedRuns->pickBits);
 }
 
-int8_t RotateNibbleByAngle(double angle, const ImageArea& source, const ImageArea& destination,
-                           ProgressCallback progress)
+void RotateNibbleByAngle(double angle, const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
-    return turnPackedByAngle(angle, source, destination, progress, kernels().slantedRuns->pickNibbles);
+    turnPackedByAngle(angle, source, destination, progress, kernels().slantedRuns->pickNibbles);
 }
 
-int8_t RotateByteByAngle(double angle, const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
+void RotateByteByAngle(double angle, const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
     const SlantedRunKernels& runs = *kernels().slantedRuns;
-    return turnByAngle(
+    turnByAngle(
         angle, source, destination, progress,
         [&runs](const RunRow& row, uint8_t* to, unsigned) { runs.copyBytes(row, to); }, runs.pickBytes);
 }
 
-int8_t RotateColorByAngle(double angle, const ImageArea& source, const ImageArea& destination,
-                          ProgressCallback progress)
+void RotateColorByAngle(double angle, const ImageArea& source, const ImageArea& destination, ProgressCallback progress)
 {
     const SlantedRunKernels& runs = *kernels().slantedRuns;
     const bool swap = (source.colorOrder != 0) != (destination.colorOrder != 0);
-    return turnByAngle(
+    turnByAngle(
         angle, source, destination, progress,
         [&runs, swap](const RunRow& row, uint8_t* to, unsigned) { runs.copyTriples(row, to, swap); },
         [&runs, swap](const SlantedRow& row, uint8_t* to, size_t n) { runs.pickTriples(row, to, n, swap); });
 }
 
-using AngleWorker = int8_t (*)(double, const ImageArea&, const ImageArea&, ProgressCallback);
+using AngleWorker = void (*)(double, const ImageArea&, const ImageArea&, ProgressCallback);
 
 constexpr AngleWorker workers[] = {
     RotateBilevelByAngle, RotateNibbleByAngle, RotateByteByAngle,  RotateNibbleByAngle,
@@ -192,5 +187,6 @@ int8_t lxRotationBySpecificationAngle(double angle, const ImageArea* source, con
 {
     if (source->type != destination->type || !isPixelType(source->type))
         return IMAGE_STATUS_BAD_ARGUMENT;
-    return workers[source->type](angle, *source, *destination, progress);
+    workers[source->type](angle, *source, *destination, progress);
+    return IMAGE_STATUS_OK;
 }
