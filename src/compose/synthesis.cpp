@@ -61,7 +61,7 @@ void overlayIndices(const PastedImage& source, const ColorKey& key, const AreaVi
 }
 
 // The dither patterns of line j that are the grays of clear and of set bits.
-BitPatterns patternsOf(const AreaView& destination, const IndexTable& levels, uint32_t j)
+BitPatterns ditheredPatterns(const AreaView& destination, const IndexTable& levels, uint32_t j)
 {
     const auto patternOf = [&](uint8_t level) {
         return turnedTo(destination.phase(), FixedDitherTable::bits(j, level));
@@ -79,10 +79,8 @@ void overlayBits(const PastedImage& source, const ColorKey& key, const AreaView&
     const BitKernels& bits = *kernels().bits;
     const Overlap overlap(source.area, destination);
     const unsigned phase = destination.phase();
-    const auto opaqueBits = [&](unsigned index) -> uint8_t { return opaque.flags[index] != 0 ? 0xFF : 0; };
     walkLines(overlap.height, progress, [&](uint32_t j) {
-        const BitPatterns patterns = patternsOf(destination, levels, j);
-        const BitOverlay rule = {{patterns.zero, patterns.one}, {opaqueBits(0), opaqueBits(1)}};
+        const BitOverlay rule = {ditheredPatterns(destination, levels, j), patternsOf(opaque.flags)};
         walkChunks(overlap.width, most, [&](uint32_t i, uint32_t n) {
             bits.copyBits(source.area.at(i, j), source.area.phase(i), aligned, phase, n);
             bits.overlayBits(aligned, destination.at(i, j), phase, n, rule);
@@ -100,7 +98,7 @@ void SynthesizeToBW(const ImageArea& image, const ColorPalette* palette, const I
     if (source.area.bits() == 1 && levels[0] == 0 && levels[1] == 255)
         copyLines(source.area, to, progress);
     else if (source.area.bits() == 1)
-        mapBitsToBits(source.area, to, progress, [&](uint32_t j) { return patternsOf(to, convert.levels(), j); });
+        mapBitsToBits(source.area, to, progress, [&](uint32_t j) { return ditheredPatterns(to, convert.levels(), j); });
     else if (source.area.bits() == 4)
         paste(source, to, convert, progress);
     else

@@ -95,8 +95,7 @@ int8_t lxImageTypeConvertToBW(const ColorPalette* palette, const ImageArea* sour
     for (unsigned k = 0; k < count; ++k)
         bright[k] = isBright(palette->entries[k]);
     if (count == 2) {
-        const auto bits = [&](unsigned index) -> uint8_t { return bright[index] != 0 ? 0xFF : 0; };
-        mapBitsToBits(from, to, progress, [&](uint32_t) -> BitPatterns { return {bits(0), bits(1)}; });
+        mapBitsToBits(from, to, progress, [&](uint32_t) { return patternsOf(bright); });
         return IMAGE_STATUS_OK;
     }
     const uint8_t* const begin = bright;

@@ -96,13 +96,7 @@ inline void mapBits(const AreaView& source, const AreaView& destination, uint8_t
     });
 }
 
-// What the clear and the set bits of a line become: bytes that repeat along it from the destination's first one on.
-struct BitPatterns {
-    uint8_t zero;
-    uint8_t one;
-};
-
-// Bits to bits, by `patterns(j)` for line j.
+// Bits to bits, by the BitPatterns `patterns(j)` for line j.
 template <class Patterns>
 void mapBitsToBits(const AreaView& source, const AreaView& destination, ProgressCallback callback, Patterns patterns)
 {

@@ -170,13 +170,9 @@ void changeBits(uint8_t* row, unsigned phase, size_t bits, uint8_t keep, uint8_t
 void overlayBits(const uint8_t* LX_RESTRICT source, uint8_t* LX_RESTRICT row, unsigned phase, size_t bits,
                  const BitOverlay& overlay)
 {
-    const uint8_t pattern = overlay.patterns[0];
-    const uint8_t patterns = pattern ^ overlay.patterns[1];
-    const uint8_t opaque = overlay.opaque[0];
-    const uint8_t opaques = opaque ^ overlay.opaque[1];
     changeOwnBits(row, phase, bits, [=](size_t k) {
-        const unsigned fresh = pattern ^ (source[k] & patterns);
-        return static_cast<uint8_t>(row[k] ^ ((row[k] ^ fresh) & (opaque ^ (source[k] & opaques))));
+        const auto choose = [in = source[k]](BitPatterns p) { return p.zero ^ (in & (p.zero ^ p.one)); };
+        return static_cast<uint8_t>(row[k] ^ ((row[k] ^ choose(overlay.bits)) & choose(overlay.opaque)));
     });
 }
 

@@ -10,10 +10,22 @@
 namespace lx
 {
 
-// What clear and set bits of a source become, masks that repeat with every byte of the row.
+// What clear and set bits of a source become, or which bits of the destination they change: masks that repeat with
+// every byte of the row.
+struct BitPatterns {
+    uint8_t zero;
+    uint8_t one;
+};
+
+// All bits where the flags of clear and set bits are not 0, else none.
+inline BitPatterns patternsOf(const uint8_t flags[2])
+{
+    return {static_cast<uint8_t>(flags[0] != 0 ? 0xFF : 0), static_cast<uint8_t>(flags[1] != 0 ? 0xFF : 0)};
+}
+
 struct BitOverlay {
-    uint8_t patterns[2];
-    uint8_t opaque[2]; // bits that change
+    BitPatterns bits;
+    BitPatterns opaque;
 };
 
 struct BitKernels {
@@ -43,7 +55,7 @@ struct BitKernels {
     // byte of the row; the other bits of the first and last byte keep their values.
     void (*changeBits)(uint8_t* row, unsigned phase, size_t bits, uint8_t keep, uint8_t flip);
 
-    // The same bits become those of the source's pattern where that is opaque; the source has the same phase.
+    // The same bits become those of the overlay where that is opaque; the source has the same phase.
     void (*overlayBits)(const uint8_t* source, uint8_t* row, unsigned phase, size_t bits, const BitOverlay& overlay);
 };
 

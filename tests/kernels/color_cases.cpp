@@ -119,9 +119,9 @@ const std::vector<KernelCase> colorKernelCases = {
      [](const lx::Kernels& kernels, KernelBench& bench, size_t n) {
          const unsigned phase = bench.random().below(8);
          const size_t bytes = n == 0 ? 0 : (phase + n + 7) / 8;
-         lx::BitOverlay overlay;
-         bench.random().fill(overlay.patterns, 2);
-         bench.random().fill(overlay.opaque, 2);
+         uint8_t masks[4];
+         bench.random().fill(masks, sizeof masks);
+         const lx::BitOverlay overlay = {{masks[0], masks[1]}, {masks[2], masks[3]}};
          kernels.bits->overlayBits(bench.bytes(bytes), inPlace(bench, bytes), phase, n, overlay);
      }},
     {"matrix",
