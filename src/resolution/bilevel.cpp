@@ -99,13 +99,17 @@ void widenByMajority(const AreaView& source, const AreaView& destination, Progre
 void enlargeByMajority(const AreaView& source, const AreaView& destination, ProgressCallback progress) noexcept
 {
     seedDraws(); // as wherever a majority decides, though nothing is placed at random
+    const BitKernels& bits = *kernels().bits;
     PickedLine<RepeatedBlockWalker> line(source, destination);
     repeatRowsTogether(RunWalker(source.height(), destination.height()), widthEnlarged, progress,
                        [&](const LineRuns& runs) {
                            const uint32_t reached = line.makeRuns(runs);
+                           if (reached == destination.width())
+                               return;
                            const uint32_t end = std::accumulate(runs.lengths, runs.lengths + runs.count, runs.start);
                            for (uint32_t j = runs.start; j != end; ++j)
-                               fillBits(destination, j, reached, destination.width(), true);
+                               bits.changeBits(destination.at(reached, j), destination.phase(reached),
+                                               destination.width() - reached, 0, 0xFF);
                        });
 }
 

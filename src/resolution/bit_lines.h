@@ -1,35 +1,12 @@
-// Lines of packed bits in a bilevel destination: filled, or made of single pixels of a source line.
+// Lines of packed bits in a bilevel destination, made of single pixels of a source line.
 
 #pragma once
 
 #include "resolution/bit_columns.h"
 #include "resolution/scale_rows.h"
 
-#include <cstring>
-
 namespace lx
 {
-
-// Pixels `begin` to `end` - 1 of line j become white or black.
-inline void fillBits(const AreaView& area, uint32_t j, uint32_t begin, uint32_t end, bool white) noexcept
-{
-    if (begin >= end)
-        return;
-    uint8_t* first = area.at(begin, j);
-    uint8_t* last = area.at(end - 1, j);
-    const auto fill = [white](uint8_t* byte, unsigned owned) {
-        *byte = static_cast<uint8_t>(white ? *byte | owned : *byte & ~owned);
-    };
-    const unsigned head = 0xFFU >> area.phase(begin);
-    const unsigned tail = 0xFF00U >> (area.phase(end - 1) + 1) & 0xFF;
-    if (first == last) {
-        fill(first, head & tail);
-        return;
-    }
-    fill(first, head);
-    std::memset(first + 1, white ? 0xFF : 0, static_cast<size_t>(last - first) - 1);
-    fill(last, tail);
-}
 
 // Lines of the first pixels of blocks. `Blocks` walks the columns. Enlargements by a whole number need no plan: their
 // pixels are repeated by the byte.
