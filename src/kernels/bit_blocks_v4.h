@@ -30,6 +30,12 @@ struct alignas(64) Gather {
 };
 static_assert(sizeof(Gather) == 64 * sizeof(uint32_t));
 
+// As a mask, the bytes from byte `base` to that of bit `end` - 1: at most 64.
+inline __mmask64 bytesUpTo(size_t end, size_t base)
+{
+    return ~0ULL >> (63 - ((end - 1) / 8 - base));
+}
+
 inline const Gather* gathers(const BitBlockTable& table)
 {
     return reinterpret_cast<const Gather*>(table.starts);
@@ -58,7 +64,7 @@ inline void arrange(BitBlockTable& table, size_t lastLength)
         gather.base = (starts[0] + table.phase) / 8;
         const bool last = first + n == table.count;
         const size_t end = starts[n - 1] + table.phase + (last ? lastLength : lengthOf(table, first + n - 1));
-        gather.load = ~0ULL >> (63 - ((end - 1) / 8 - gather.base));
+        gather.load = bytesUpTo(end, gather.base);
         for (uint32_t k = 0; k < n; k += 8) {
             const uint32_t byte = (starts[k] + table.phase) / 8;
             const uint64_t order = 0x0001020304050607 + (byte - gather.base) * 0x0101010101010101ULL;
@@ -154,6 +160,18 @@ inline void flagGathered(const BitBlockTable& table, const uint8_t* row, ptrdiff
     }
 }
 
+// The lowest byte of every lane in all of its bytes.
+inline __m512i lowestByte(__m512i lanes)
+{
+    return _mm512_shuffle_epi8(lanes, _mm512_set4_epi64(0x0808080808080808, 0, 0x0808080808080808, 0));
+}
+
+// From such bytes, the permute that takes the eight bytes from there on, the highest first.
+inline __m512i eightFrom(__m512i byte)
+{
+    return _mm512_add_epi8(byte, _mm512_set1_epi64(0x0001020304050607));
+}
+
 // Shorter blocks go 32 at once, each in a word: four of them lie in eight bytes, whatever bit the first one starts at.
 constexpr uint32_t wordLimit = 14;                // longest of them
 constexpr uint32_t wordLines = 65535 / wordLimit; // whose bits may be counted in a word
@@ -197,11 +215,9 @@ inline __m512i sumWords(const BitBlockTable& table, uint32_t first, const WordBl
     const __m512i start = _mm512_inserti64x4(_mm512_castsi256_si512(startsOf(first)), startsOf(first + 16), 1);
     const uint32_t end = table.starts[first + blocks.count - 1] + table.phase +
                          static_cast<uint32_t>(lengthOf(table, first + blocks.count - 1));
-    const __mmask64 load = ~0ULL >> (63 - ((end - 1) / 8 - base));
-    // The byte of every fourth block in all bytes of its lane, and the bytes from there on the highest first.
-    const __m512i spread = _mm512_set4_epi64(0x0808080808080808, 0, 0x0808080808080808, 0);
-    const __m512i byte = _mm512_shuffle_epi8(_mm512_srli_epi16(start, 3), spread);
-    const __m512i order = _mm512_add_epi8(byte, _mm512_set1_epi64(0x0001020304050607));
+    const __mmask64 load = bytesUpTo(end, base);
+    const __m512i byte = lowestByte(_mm512_srli_epi16(start, 3)); // of every fourth block
+    const __m512i order = eightFrom(byte);
     // Each block comes to the top of its word, of which 48 - bit and 56 - bit are the bytes.
     const __m512i bit = _mm512_sub_epi16(start, _mm512_slli_epi16(_mm512_and_si512(byte, _mm512_set1_epi16(0xFF)), 3));
     const __m512i shift =
@@ -259,12 +275,10 @@ inline void countEight(const BitBlockTable& table, uint32_t first, const uint8_t
         mask = _mm512_mask_blend_epi64(0x80, mask, lanes(topOf(table.lastLength)));
     const size_t base = (size_t{table.phase} + table.starts[first]) / 8;
     const size_t end = table.phase + table.starts[first + 7] + lengthOf(table, first + 7);
-    const __mmask64 load = ~0ULL >> (63 - ((end - 1) / 8 - base));
+    const __mmask64 load = bytesUpTo(end, base);
     const __m512i byte = _mm512_sub_epi64(_mm512_srli_epi64(start, 3), lanes(base));
     const __m512i shift = _mm512_and_si512(start, lanes(7));
-    // The lowest byte of every lane in all of its bytes, and the bytes from there on the highest first.
-    const __m512i spread = _mm512_set4_epi64(0x0808080808080808, 0, 0x0808080808080808, 0);
-    const __m512i order = _mm512_add_epi8(_mm512_shuffle_epi8(byte, spread), _mm512_set1_epi64(0x0001020304050607));
+    const __m512i order = eightFrom(lowestByte(byte));
     __m512i sum = _mm512_setzero_si512();
     for (uint32_t j = 0; j < lines; ++j) {
         const __m512i bytes = _mm512_maskz_loadu_epi8(load, row + base + static_cast<ptrdiff_t>(j) * stride);
