@@ -45,15 +45,17 @@ Slant measureSlant(const Image& page, bool withEdges, ProgressCallback progress)
     if (!work.hasPixels()) {
         return slant;
     }
-    expectOk(
-        lxDetectionSlantAngle(&slant.angle, &source, &page.palette, &work.small, &work.medium, &work.full, progress),
-        "lxDetectionSlantAngle");
+    if (!withEdges) {
+        expectOk(lxDetectionSlantAngle(&slant.angle, &source, &page.palette, &work.small, &work.medium, &work.full,
+                                       progress),
+                 "lxDetectionSlantAngle");
+    }
     if (withEdges || slant.angle == 0) {
         const int8_t status = lxDetectionSlantAngleForDebug(
             &slant.angle, &source, &page.palette, &work.small, &work.medium, &work.full, &slant.bandFirst.column,
             &slant.bandLast.column, &slant.bandFirst.row, &slant.bandLast.row, &slant.startA.column, &slant.startA.row,
             &slant.startB.column, &slant.startB.row, &slant.endA.column, &slant.endA.row, &slant.endB.column,
-            &slant.endB.row, nullptr);
+            &slant.endB.row, withEdges ? progress : nullptr);
         expectOk(status, "lxDetectionSlantAngleForDebug");
     }
     return slant;

@@ -35,8 +35,8 @@ struct Slant {
     Point endB;
 };
 
-// The band and its edges take a second measurement: where they are wanted, and at 0 degrees, where they tell whether
-// the page is straight.
+// The band and its edges are there if they are wanted. They also tell whether a page of 0 degrees is straight, which
+// takes a second measurement where they are not.
 Slant measureSlant(const Image& page, bool withEdges, ProgressCallback progress);
 
 // The angle, or "not measured": 12 characters, for tables.

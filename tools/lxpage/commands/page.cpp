@@ -234,8 +234,11 @@ void refuseClashes(const PageOptions& options)
     }
     for (const auto& [output, input] : inputOf) {
         std::error_code ignored; // what cannot be compared is not the same
+        if (!fs::exists(output, ignored)) {
+            continue;
+        }
         for (const std::string& other : options.inputs) {
-            if (fs::exists(output, ignored) && fs::equivalent(output, other, ignored)) {
+            if (fs::equivalent(output, other, ignored)) {
                 throw clash(other, "would be overwritten by what comes of", input);
             }
         }
